@@ -1,0 +1,17 @@
+# One interface target that carries what every target of ours is compiled with: warnings as errors and, on demand,
+# the sanitizers. Code of other makers (the test framework on Windows) does not link it.
+add_library(morvane-flags INTERFACE)
+target_compile_options(morvane-flags INTERFACE
+	-Wall -Wextra -Wpedantic -Werror
+	-Wshadow -Wconversion -Wsign-conversion -Wswitch-enum -Wold-style-cast
+	-Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wunused -Wnull-dereference
+	-Wimplicit-fallthrough -Wextra-semi
+)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+	# g++ 12 reports null dereferences inside inlined library code that cannot happen.
+	target_compile_options(morvane-flags INTERFACE -Wno-null-dereference)
+endif()
+if(MORVANE_SANITIZE)
+	target_compile_options(morvane-flags INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+	target_link_options(morvane-flags INTERFACE -fsanitize=address,undefined)
+endif()
