@@ -1,0 +1,77 @@
+// The sleep is one `ppoll` over an event descriptor, which `wake` writes to, and the registered descriptors.
+#include "MrvPlatform/MrvSleepSources.h"
+
+#include <atomic>
+#include <cerrno>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+#include <vector>
+
+namespace Mrv::Platform
+{
+namespace
+{
+// Made before `main`, so that a signal handler never has to make it. -1 when the system has no descriptor left: a signal then
+// still interrupts the wait.
+const int sWakeDescriptor = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+std::atomic<bool> sWakePending{false};
+
+void consumeWake()
+{
+	sWakePending.store(false);
+	std::uint64_t count = 0;
+	if (sWakeDescriptor >= 0 && ::read(sWakeDescriptor, &count, sizeof(count)) < 0)
+	{
+		// Nothing was there; that is the usual case.
+	}
+}
+}
+
+void wake() noexcept
+{
+	const int savedErrno = errno;
+	sWakePending.store(true);
+	const std::uint64_t one = 1;
+	if (sWakeDescriptor >= 0 && ::write(sWakeDescriptor, &one, sizeof(one)) < 0)
+	{
+		// The counter is full, so a wake is pending anyway.
+	}
+	errno = savedErrno;
+}
+
+bool Detail::waitNanoseconds(std::int64_t nanoseconds)
+{
+	static std::vector<pollfd> sPolled;
+	sPolled.clear();
+	sPolled.push_back({sWakeDescriptor, POLLIN, 0});
+	for (const WakeSource &source : wakeSources())
+	{
+		if (!source.isReady)
+		{
+			sPolled.push_back({static_cast<int>(source.handle), POLLIN, 0});
+		}
+	}
+	if (sWakePending.load())
+	{
+		consumeWake();
+		return true;
+	}
+	const timespec timeout{static_cast<time_t>(nanoseconds / 1'000'000'000), static_cast<long>(nanoseconds % 1'000'000'000)};
+	const int ready = ::ppoll(sPolled.data(), static_cast<nfds_t>(sPolled.size()), &timeout, nullptr);
+	if (ready == 0)
+	{
+		return false;
+	}
+	consumeWake();
+	// A descriptor that its owner closed without taking it back would end every sleep to come.
+	for (const pollfd &polled : sPolled)
+	{
+		if (polled.revents & POLLNVAL)
+		{
+			std::erase_if(wakeSources(), [&polled](const WakeSource &source) { return !source.isReady && source.handle == polled.fd; });
+		}
+	}
+	return true;
+}
+}
