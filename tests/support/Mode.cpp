@@ -1,0 +1,8 @@
+#include "support/Mode.h"
+
+namespace Mrv::Test
+{
+
+bool Mode::alwaysYield = false;
+
+} // namespace Mrv::Test

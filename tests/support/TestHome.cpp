@@ -1,0 +1,87 @@
+#include "support/TestHome.h"
+
+#include "support/TestEnvironment.h"
+
+#include <random>
+#include <system_error>
+#include <utility>
+
+namespace Mrv::Test
+{
+
+namespace
+{
+
+std::string utf8(const std::filesystem::path &path)
+{
+	const std::u8string text = path.u8string();
+	return {text.begin(), text.end()};
+}
+
+} // namespace
+
+TestHome::TestHome() : fIsReady(false)
+{
+	std::error_code error;
+	const std::filesystem::path base = std::filesystem::temp_directory_path(error);
+	if (error)
+	{
+		return;
+	}
+	fTop = base / ("morvane-tests-" + std::to_string(std::random_device{}()));
+	fHome = fTop / u8"Jürgen" / u8"日本";
+	fIsReady = makeFolders();
+}
+
+TestHome::~TestHome()
+{
+	if (!fTop.empty())
+	{
+		std::error_code ignored;
+		std::filesystem::remove_all(fTop, ignored);
+	}
+}
+
+std::string TestHome::path() const
+{
+	return utf8(fHome);
+}
+
+bool TestHome::makeFolders()
+{
+	const std::filesystem::path userData = fHome / "AppData" / "Roaming";
+	const std::filesystem::path systemData = fHome / "ProgramData";
+	const std::filesystem::path temporary = fHome / "tmp";
+	for (const std::filesystem::path &folder : {userData, systemData, temporary, fHome / "Desktop", fHome / "Documents"})
+	{
+		std::error_code error;
+		std::filesystem::create_directories(folder, error);
+		if (error)
+		{
+			return false;
+		}
+	}
+
+	const std::pair<const char *, std::filesystem::path> variables[] = {
+	    {"HOME", fHome},
+	    {"XDG_DATA_HOME", userData},
+	    {"TMPDIR", temporary},
+	    {"USERPROFILE", fHome},
+	    {"APPDATA", userData},
+	    {"PROGRAMDATA", systemData},
+	    {"TEMP", temporary},
+	    {"TMP", temporary},
+	    // The caller's configuration must not reach the tests.
+	    {"MORVANE_CONFIG_NODE_NAME", {}},
+	};
+	for (const auto &[name, value] : variables)
+	{
+		if (!setEnvironmentVariable(name, utf8(value)))
+		{
+			return false;
+		}
+	}
+	return true;
+}
+
+} // namespace Mrv::Test

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace Mrv::Test
+{
+
+/** A user's home of its own for one run of the test program, so that runs side by side don't meet and nothing is left behind. Its name
+    holds letters outside of ASCII, as users' names do. The constructor makes the folders and points every environment variable that
+    the well-known folders come from at them; that must happen before anything asks for one of these folders, since they are cached. The
+    destructor removes all of it. */
+class TestHome
+{
+public:
+	TestHome();
+	~TestHome();
+	TestHome(const TestHome &) = delete;
+	TestHome &operator=(const TestHome &) = delete;
+
+	/** False when the folders could not be made; then no test should run. */
+	bool isReady() const { return fIsReady; }
+
+	/** The home folder in UTF-8, without a separator at its end. */
+	std::string path() const;
+
+private:
+	bool makeFolders();
+
+	std::filesystem::path fTop;
+	std::filesystem::path fHome;
+	bool fIsReady;
+};
+
+} // namespace Mrv::Test
