@@ -96,6 +96,8 @@ public:
 	virtual void sleepYield();
 	// The deadline, for work that can't suspend; kNoTimePoint if there is none.
 	int64_t getDeadline() const { return fDeadline; }
+	// Whether the deadline of the task that runs now has passed, for work that can't suspend.
+	static bool isRunningTaskPastDeadline();
 	bool isTimedOut() const { return fIsTimedOut; }
 	bool isSleepRequested() const { return fMustSleep; }
 
@@ -175,9 +177,10 @@ private:
 
 	bool mustYieldSlow();
 	void fixDeadline(int64_t now);
-	bool runSlices(int64_t timesliceMicroseconds);
-	void runChildrenToCompletion(int64_t budgetMicroseconds, bool &mayAllSleep);
-	void sleepAsRequested(int64_t timesliceMicroseconds, bool mayAllSleep);
+	void runRounds(int64_t timesliceMicroseconds);
+	void runOwnWork();
+	void serveOthers(bool &mayAllSleep);
+	void sleepIfWanted();
 	void dropFrames() noexcept;
 	void truncateFrames(size_t size) noexcept;
 	bool reserveFrame(size_t depth);
@@ -200,12 +203,13 @@ private:
 	bool fIsTaskCompleted = false;
 	bool fIsStarted = false;
 	bool fIsTerminationRequested = false;
-	bool fIsRunning = false;
+	bool fIsRunningSlice = false;
 	bool fWasCutOff = false;
 	int64_t fTimesliceEnd = kNoTimePoint;
 	int64_t fDeadline = kNoTimePoint;
 	int64_t fTimeoutMicroseconds;
 	size_t fStackBytesUsed = 0; // of the native stack, by the chain that was suspended last
+	uintptr_t fSliceStackBase = 0;
 	bool fIsStackShortNoted = false;
 
 	std::unordered_map<uint64_t, std::shared_ptr<Task>> fChildTasks;

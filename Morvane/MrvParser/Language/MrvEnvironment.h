@@ -2,6 +2,7 @@
 
 #include "MrvParser/Node/MrvFunctionSignature.h"
 #include "MrvParser/Node/MrvMapContainer.h"
+#include "MrvParser/Node/MrvValueList.h"
 
 #include <memory>
 #include <vector>
@@ -25,7 +26,7 @@ public:
 	// The environment of a scope node that is no call's; not owned: the node owns its environment.
 	Environment(OMScope &scope, Environment *parent);
 	// The environment of a call of a function. `this` is LAZY for "the scope of the caller".
-	Environment(Environment &caller, const FunctionObject &function, Value thisValue, std::vector<Value> &&arguments);
+	Environment(Environment &caller, const FunctionObject &function, Value thisValue, ValueList &&arguments);
 	~Environment() override;
 
 	static void *operator new(size_t size);
@@ -106,6 +107,6 @@ private:
 	static constexpr size_t INLINE_SLOTS = 8;
 	Value fInlineSlots[INLINE_SLOTS];
 	std::unique_ptr<Value[]> fHeapSlots;
-	std::vector<Value> fArguments;      // what the call was given
+	ValueList fArguments;               // what the call was given
 };
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MrvParser/Language/MrvSourceText.h"
 #include "MrvParser/Language/MrvToken.h"
 #include "MrvParser/Node/MrvFunctionSignature.h"
 #include "MrvParser/Node/MrvOperators.h"
@@ -21,7 +22,8 @@ public:
 	// An expression higher than this is refused: "nesting limit reached".
 	static constexpr uint32_t MAX_HEIGHT = 5000;
 
-	explicit ExpressionFactory(std::string &message) : fMessage(message) {}
+	// The source, which may be null, is where the offsets are counted in.
+	explicit ExpressionFactory(std::string &message, Ref<SourceText> source = nullptr) : fMessage(message), fSource(std::move(source)) {}
 
 	// ASSIGN needs an l-value on the left. COMMA, SEQUENCE and ADD gather into sequences: a left side that is such a sequence of the
 	// same operator is added to, in constant time, and must not be used afterwards.
@@ -57,5 +59,6 @@ private:
 	bool accept(Value &result, const Ref<class OMExpression> &expression, uint32_t offset);
 
 	std::string &fMessage;
+	Ref<SourceText> fSource;
 };
 }

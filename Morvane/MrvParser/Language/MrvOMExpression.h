@@ -1,10 +1,12 @@
 #pragma once
 
 #include "MrvParser/Language/MrvEnvironment.h"
+#include "MrvParser/Language/MrvSourceText.h"
 #include "MrvParser/Node/MrvIExpression.h"
 #include "MrvParser/Node/MrvIOMNode.h"
 #include "MrvTask/MrvYieldingFrame.h"
 
+#include <functional>
 #include <string>
 
 namespace Mrv
@@ -47,25 +49,32 @@ public:
 	virtual void set_yielding(const std::shared_ptr<Task> &task, bool &success, std::shared_ptr<IOMNode> &value,
 		const std::shared_ptr<OMScope> &scope, ScriptPhase phase) const;
 
-	// Calls a function for each operand, in order of evaluation. The walk over a program that the signature of a function, the
-	// heights and the marks are computed with.
-	virtual void forEachOperand(const std::function<void(const Value &)> &function) const = 0;
-	// Enters every name that `var` declares in the signature. `isDeclaration`: the expression follows a `var`.
-	virtual void scanForLocalVariables(FunctionSignature &signature, bool isDeclaration) const;
+	// Calls a function for each operand, in order of evaluation.
+	using OperandVisitor = std::function<void(const Value &)>;
+	virtual void forEachOperand(const OperandVisitor &visit) const = 0;
 
+	// Where the operation stands: in which text (may be null), at which byte.
+	const SourceText *getSource() const { return fSource.get(); }
 	uint32_t getSourceOffset() const { return fSourceOffset; }
-	void setSourceOffset(uint32_t offset) { fSourceOffset = offset; }
+	void setSource(const Ref<SourceText> &source, uint32_t offset)
+	{
+		fSource = source;
+		fSourceOffset = offset;
+	}
 
 protected:
 	static constexpr uint32_t MAX_DIRECT_HEIGHT = 64;
 
-	// Direct and pure as far as this operand goes.
+	// Whether an operand can be evaluated directly and without any effect.
 	static bool isPureOperand(const Value &operand);
-	static uint32_t heightOf(const Value &operand);
+	// Computes height and marks from the operands; a class calls it at the end of its construction. `isDirectByItself`: this operation
+	// itself needs no frame; `isPureByItself`: nor has it an effect.
+	void finishConstruction(bool isDirectByItself, bool isPureByItself);
 
 	bool fIsDirect = false;
 	bool fIsPure = false;
 	uint32_t fHeight = 1;
-	uint32_t fSourceOffset = 0; // in the text that it was parsed from
+	uint32_t fSourceOffset = 0;
+	Ref<SourceText> fSource;
 };
 }

@@ -334,6 +334,18 @@ bool getAsString(const Value &value, std::string &text)
 	return appendAsString(text, value, walk);
 }
 
+bool appendInPlace(std::string &text, const Value &value)
+{
+	const size_t oldSize = text.size();
+	NodeWalk walk("+");
+	if (appendAsString(text, value, walk))
+	{
+		return true;
+	}
+	text.resize(oldSize);
+	return false;
+}
+
 std::string getAsString(const Value &value)
 {
 	std::string text;

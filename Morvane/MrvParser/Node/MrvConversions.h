@@ -21,6 +21,9 @@ int64_t getAsBits(const Value &value);
 bool appendAsString(std::string &text, const Value &value, NodeWalk &walk);
 // The same in one go; false and a log line when a limit was reached.
 bool getAsString(const Value &value, std::string &text);
+// Appends the text of a value to a String that is being built up; false and a log line when it would be too long or a limit was reached
+// (the text is as before then).
+bool appendInPlace(std::string &text, const Value &value);
 // For log lines and program code: the text, or "error" when a limit was reached.
 std::string getAsString(const Value &value);
 

@@ -40,6 +40,8 @@ public:
 	size_t findSlot(const Name &name) const;
 	const Name &getSlotName(size_t slot) const { return fSlotNames[slot]; }
 	size_t getParameterCount() const { return fParameterList.empty() ? 0 : fParameterList.size() - 1; }
+	// A Bloom word of the names of all slots but `this` and `arguments`.
+	uint64_t getBloom() const { return fBloom; }
 	bool isLocalVariableSlot(size_t slot) const { return fIsLocalVariable[slot]; }
 
 private:
@@ -50,6 +52,7 @@ private:
 	std::vector<bool> fIsLocalVariable;
 	MapContainer fSlotsByName; // Int values
 	uint32_t fLayoutId;
+	uint64_t fBloom = 0;
 };
 
 // What a Function value holds: shared by all copies of it.

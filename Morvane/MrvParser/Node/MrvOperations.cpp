@@ -148,16 +148,6 @@ Value binaryOperation(BinOp binOp, const Value &left, const Value &right, bool &
 	return Value::error();
 }
 
-Value binaryOperationSlow(BinOp binOp, const Value &left, const Value &right)
-{
-	if (isArithmetic(binOp) && (left.isAbsent() || right.isAbsent()))
-	{
-		return Value::error();
-	}
-	bool isOk = true;
-	return binaryOperation(binOp, left, right, isOk);
-}
-
 Value unaryOperation(UnOp unOp, const Value &operand, bool &isOk)
 {
 	isOk = true;

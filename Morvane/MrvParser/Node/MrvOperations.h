@@ -12,9 +12,6 @@ namespace Mrv
 // that an Error when a script runs, and leaves the operation unfolded at parse time. Errors pass through every operator but `,` and `;`.
 Value binaryOperation(BinOp binOp, const Value &left, const Value &right, bool &isOk);
 
-// The same for the evaluator: what can't be is an Error. Absent operands count as the operator says.
-Value binaryOperationSlow(BinOp binOp, const Value &left, const Value &right);
-
 // Operators 6 to 10 and the numeric side of 2 to 5: the value that `++` or `--` gives to its operand.
 Value unaryOperation(UnOp unOp, const Value &operand, bool &isOk);
 
@@ -43,42 +40,83 @@ inline bool isExactInt(int64_t number)
 	return number >= -EXACT_INT && number <= EXACT_INT;
 }
 
-inline Value binaryOperationFast(BinOp binOp, const Value &left, const Value &right)
+// False: not such a case; `result` is untouched then. It may be one of the operands.
+inline bool binaryOperationOfInts(BinOp binOp, const Value &left, const Value &right, Value &result)
 {
-	if (left.isInt() && right.isInt() && !left.isReturned() && !right.isReturned())
+	if (!left.isInt() || !right.isInt() || left.isReturned() || right.isReturned())
 	{
-		const int64_t a = left.intPayload();
-		const int64_t b = right.intPayload();
-		if (isExactInt(a) && isExactInt(b)) [[likely]]
-		{
-			// clang-format off
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wswitch-enum"
-			switch (binOp)
-			{
-				case BinOp::ADD: if (isExactInt(a + b)) { return Value::integer(a + b); } break;
-				case BinOp::SUBTRACT: if (isExactInt(a - b)) { return Value::integer(a - b); } break;
-				case BinOp::LT: return Value::boolean(a < b);
-				case BinOp::LE: return Value::boolean(a <= b);
-				case BinOp::GT: return Value::boolean(a > b);
-				case BinOp::GE: return Value::boolean(a >= b);
-				case BinOp::EQ: case BinOp::IDENTICAL: return Value::boolean(a == b);
-				case BinOp::NE: case BinOp::NOT_IDENTICAL: return Value::boolean(a != b);
-				case BinOp::MULTIPLY:
-				{
-					int64_t product;
-					if (!__builtin_mul_overflow(a, b, &product) && isExactInt(product)) { return Value::integer(product); }
-					break;
-				}
-				case BinOp::BIT_AND: return Value::integer(a & b);
-				case BinOp::BIT_XOR: return Value::integer(a ^ b);
-				case BinOp::BIT_OR: return Value::integer(a | b);
-				default: break;
-			}
-#pragma GCC diagnostic pop
-			// clang-format on
-		}
+		return false;
 	}
-	return binaryOperationSlow(binOp, left, right);
+	const int64_t a = left.intPayload();
+	const int64_t b = right.intPayload();
+	if (!isExactInt(a) || !isExactInt(b)) [[unlikely]]
+	{
+		return false;
+	}
+	int64_t number = 0;
+	switch (binOp)
+	{
+		case BinOp::ADD:
+			number = a + b;
+			break;
+		case BinOp::SUBTRACT:
+			number = a - b;
+			break;
+		case BinOp::MULTIPLY:
+			if (__builtin_mul_overflow(a, b, &number))
+			{
+				return false;
+			}
+			break;
+		case BinOp::BIT_AND:
+			number = a & b;
+			break;
+		case BinOp::BIT_XOR:
+			number = a ^ b;
+			break;
+		case BinOp::BIT_OR:
+			number = a | b;
+			break;
+		case BinOp::LT:
+			result = Value::boolean(a < b);
+			return true;
+		case BinOp::LE:
+			result = Value::boolean(a <= b);
+			return true;
+		case BinOp::GT:
+			result = Value::boolean(a > b);
+			return true;
+		case BinOp::GE:
+			result = Value::boolean(a >= b);
+			return true;
+		case BinOp::EQ:
+		case BinOp::IDENTICAL:
+			result = Value::boolean(a == b);
+			return true;
+		case BinOp::NE:
+		case BinOp::NOT_IDENTICAL:
+			result = Value::boolean(a != b);
+			return true;
+		case BinOp::INDEX:
+		case BinOp::DIVIDE:
+		case BinOp::REMAINDER:
+		case BinOp::SHIFT_LEFT:
+		case BinOp::SHIFT_RIGHT:
+		case BinOp::BOOL_AND:
+		case BinOp::BOOL_OR:
+		case BinOp::TERNARY:
+		case BinOp::ASSIGN:
+		case BinOp::COMMA:
+		case BinOp::SEQUENCE:
+		case BinOp::WHILE:
+		case BinOp::DO_WHILE:
+			return false;
+	}
+	if (!isExactInt(number))
+	{
+		return false;
+	}
+	result = Value::integer(number);
+	return true;
 }
 }
