@@ -2,7 +2,5 @@
 
 namespace Mrv::Test
 {
-
 bool Mode::alwaysYield = false;
-
-} // namespace Mrv::Test
+}

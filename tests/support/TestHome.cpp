@@ -1,6 +1,6 @@
 #include "support/TestHome.h"
 
-#include "support/TestEnvironment.h"
+#include "MrvPlatform/MrvEnvironment.h"
 
 #include <random>
 #include <system_error>
@@ -8,17 +8,14 @@
 
 namespace Mrv::Test
 {
-
 namespace
 {
-
 std::string utf8(const std::filesystem::path &path)
 {
 	const std::u8string text = path.u8string();
 	return {text.begin(), text.end()};
 }
-
-} // namespace
+}
 
 TestHome::TestHome() : fIsReady(false)
 {
@@ -76,12 +73,11 @@ bool TestHome::makeFolders()
 	};
 	for (const auto &[name, value] : variables)
 	{
-		if (!setEnvironmentVariable(name, utf8(value)))
+		if (!Platform::setEnvironmentVariable(name, utf8(value)))
 		{
 			return false;
 		}
 	}
 	return true;
 }
-
-} // namespace Mrv::Test
+}

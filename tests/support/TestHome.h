@@ -5,11 +5,10 @@
 
 namespace Mrv::Test
 {
-
-/** A user's home of its own for one run of the test program, so that runs side by side don't meet and nothing is left behind. Its name
-    holds letters outside of ASCII, as users' names do. The constructor makes the folders and points every environment variable that
-    the well-known folders come from at them; that must happen before anything asks for one of these folders, since they are cached. The
-    destructor removes all of it. */
+// A user's home of its own for one run of the test program, so that runs side by side don't meet and nothing is left behind. Its name
+// holds letters outside of ASCII, as users' names do. The constructor makes the folders and points every environment variable that
+// the well-known folders come from at them; that must happen before anything asks for one of these folders, since they are cached.
+// The destructor removes all of it.
 class TestHome
 {
 public:
@@ -18,10 +17,10 @@ public:
 	TestHome(const TestHome &) = delete;
 	TestHome &operator=(const TestHome &) = delete;
 
-	/** False when the folders could not be made; then no test should run. */
+	// False when the folders could not be made; then no test should run.
 	bool isReady() const { return fIsReady; }
 
-	/** The home folder in UTF-8, without a separator at its end. */
+	// The home folder in UTF-8, without a separator at its end.
 	std::string path() const;
 
 private:
@@ -31,5 +30,4 @@ private:
 	std::filesystem::path fHome;
 	bool fIsReady;
 };
-
-} // namespace Mrv::Test
+}

@@ -1,5 +1,6 @@
 #include "support/Mode.h"
 #include "support/TestHome.h"
+#include "support/TestLog.h"
 
 #include <gtest/gtest.h>
 
@@ -8,6 +9,7 @@
 
 using Mrv::Test::Mode;
 using Mrv::Test::TestHome;
+using Mrv::Test::TestLog;
 
 int main(int argc, char **argv)
 {
@@ -32,5 +34,6 @@ int main(int argc, char **argv)
 			return 1;
 		}
 	}
+	TestLog::install(home.path());
 	return RUN_ALL_TESTS();
 }

@@ -1,0 +1,14 @@
+#include "JsonParsers.h"
+
+namespace Mrv::Bench
+{
+
+const std::vector<JsonParser> &jsonParsers()
+{
+	static const std::vector<JsonParser> parsers = {
+	    {"nlohmann", parseWithNlohmann},
+	};
+	return parsers;
+}
+
+} // namespace Mrv::Bench

@@ -1,0 +1,6 @@
+// recursive calls of one argument
+function fib(n) {
+	if (n < 2) { return n; }
+	return fib(n - 1) + fib(n - 2);
+}
+print('' + fib(30));
