@@ -98,6 +98,10 @@ public:
 	int64_t getDeadline() const { return fDeadline; }
 	// Whether the deadline of the task that runs now has passed, for work that can't suspend.
 	static bool isRunningTaskPastDeadline();
+	// Ends the task's life at this time point at the latest, as soon as its first slice has begun.
+	void limitDeadline(int64_t timePoint);
+	// What is left of the present slice, at least 1; negative when it has no end.
+	int64_t getRemainingMicroseconds() const;
 	bool isTimedOut() const { return fIsTimedOut; }
 	bool isSleepRequested() const { return fMustSleep; }
 
@@ -207,6 +211,7 @@ private:
 	bool fWasCutOff = false;
 	int64_t fTimesliceEnd = kNoTimePoint;
 	int64_t fDeadline = kNoTimePoint;
+	int64_t fLatestDeadline = kNoTimePoint;
 	int64_t fTimeoutMicroseconds;
 	size_t fStackBytesUsed = 0; // of the native stack, by the chain that was suspended last
 	uintptr_t fSliceStackBase = 0;

@@ -176,7 +176,25 @@ void Task::fixDeadline(int64_t now)
 	{
 		timeout = IInternalCoordinator::current()->getDefaultTimeoutMicroseconds();
 	}
-	fDeadline = timeout < 0 ? kNoTimePoint : timePointAfter(now, timeout);
+	fDeadline = std::min(timeout < 0 ? kNoTimePoint : timePointAfter(now, timeout), fLatestDeadline);
+}
+
+void Task::limitDeadline(int64_t timePoint)
+{
+	fLatestDeadline = std::min(fLatestDeadline, timePoint);
+	if (fIsStarted)
+	{
+		fDeadline = std::min(fDeadline, fLatestDeadline);
+	}
+}
+
+int64_t Task::getRemainingMicroseconds() const
+{
+	if (fTimesliceEnd == kNoTimePoint)
+	{
+		return -1;
+	}
+	return std::max<int64_t>(1, (fTimesliceEnd - Platform::steadyNanoseconds()) / NANOSECONDS_PER_MICROSECOND);
 }
 
 bool Task::runTimeslice(int64_t timesliceMicroseconds)

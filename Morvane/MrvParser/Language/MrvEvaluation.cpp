@@ -5,7 +5,6 @@
 #include "MrvParser/Language/MrvOMScope.h"
 #include "MrvParser/Node/MrvMapContainer.h"
 #include "MrvTask/MrvTaskTables.h"
-#include "MrvUtils/MrvUtils.h"
 
 namespace Mrv::Evaluation
 {
@@ -56,9 +55,9 @@ Value evaluateFunction(const Value &function, Environment &environment)
 
 namespace
 {
-// The children of a literal one after the other. `at` gives the child of a position, null at the end.
+// The children of a literal one after the other. `childAt` gives the child of a position, null at the end.
 template <class ChildAt, class Store>
-void evaluateChildren_yielding(Task &task, Value &result, Value empty, Environment &environment, ChildAt at, Store store)
+void evaluateChildren_yielding(Task &task, Value &result, Value empty, Environment &environment, ChildAt childAt, Store store)
 {
 	struct LocalVariableState : OMFunctionState
 	{
@@ -77,14 +76,14 @@ void evaluateChildren_yielding(Task &task, Value &result, Value empty, Environme
 	EvaluationFrame<LocalVariableState> frame(task, result);
 	while (frame.running())
 	{
-		switch (frame.at<At>())
+		switch (frame.template at<At>())
 		{
 			case START:
 				frame->container = std::move(empty);
 				frame.goTo(CHILD);
 				[[fallthrough]];
 			case CHILD:
-				if (const Value *child = at(frame->position))
+				if (const Value *child = childAt(frame->position))
 				{
 					frame.call(CHILD_KNOWN, [&] { evaluateOperand(task, frame->value, *child, environment); });
 				}
@@ -136,6 +135,44 @@ void evaluateLiteral_yielding(Task &task, Value &result, const Value &literal, E
 		{ map.map()->set(source.entries()[position].name, std::move(value)); });
 }
 
+void evaluateProgram_yielding(Task &task, Value &result, const Value &program, Environment &environment)
+{
+	struct LocalVariableState : OMFunctionState
+	{
+	};
+	enum At : int32_t
+	{
+		START = 0,
+		VALUE_KNOWN = 1000000,
+		DONE = -1
+	};
+
+	EvaluationFrame<LocalVariableState> frame(task, result);
+	while (frame.running())
+	{
+		switch (frame.at<At>())
+		{
+			case START:
+				if (program.isFunction() && program.function()->fSignature->getFunctionName().empty())
+				{
+					LOG_ERROR("a function without a name does nothing");
+					task.fErrorNote = "a function without a name does nothing";
+					result = Value::error();
+					frame.finish();
+					break;
+				}
+				frame.call(VALUE_KNOWN, [&] { evaluateOperand(task, result, program, environment); });
+				break;
+			case VALUE_KNOWN:
+				result.settle();
+				frame.finish();
+				break;
+			case DONE:
+				break;
+		}
+	}
+}
+
 // --- Children
 
 const Value *findAttribute(const Value &container, const Name &name, uint32_t &guess, bool &isOpaque)
@@ -148,7 +185,7 @@ const Value *findAttribute(const Value &container, const Name &name, uint32_t &g
 	if (container.isArray())
 	{
 		size_t index = 0;
-		return Utils::parseIndex(name.view(), index) && index < container.array()->size() ? &container.array()->fItems[index]
+		return parseIndex(name.view(), index) && index < container.array()->size() ? &container.array()->fItems[index]
 																						   : nullptr;
 	}
 	if (container.isNode())
@@ -264,7 +301,7 @@ bool storeAttribute(const Value &container, const Name &name, Value value)
 		return true;
 	}
 	size_t index = 0;
-	if (container.isArray() && Utils::parseIndex(name.view(), index))
+	if (container.isArray() && parseIndex(name.view(), index))
 	{
 		return OMStored::storeIn(container, index, std::move(value));
 	}

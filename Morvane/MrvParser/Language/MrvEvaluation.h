@@ -90,6 +90,10 @@ inline bool evaluateOperandDirect(Value &result, const Value &operand, Environme
 	return true;
 }
 
+// Runs a whole program: an Expression; of a bare Array or Map each child; a named function is defined and is the value, one without a
+// name alone is a failure. A returned value keeps its mark, what isn't there is Undefined.
+void evaluateProgram_yielding(Task &task, Value &result, const Value &program, Environment &environment);
+
 // --- Reading children. The place of a child or null if there is none; a container that answers for itself sets `isOpaque`.
 const Value *findAttribute(const Value &container, const Name &name, uint32_t &guess, bool &isOpaque);
 const Value *findIndexed(const Value &container, const Value &index, bool &isOpaque);

@@ -175,7 +175,7 @@ bool ExpressionFactory::makeIndex(Value &result, const Value &container, const V
 		return refuse(result, "negative index value");
 	}
 	// A name that needs no quotes is a member; every other text (also a built-in word) is always the attribute.
-	if (index.isString() && Utils::isIdentifierName(std::string(index.text())) && findToken(index.text()) == Token::NONE)
+	if (index.isString() && Utils::isIdentifierName(index.text()) && findToken(index.text()) == Token::NONE)
 	{
 		return makeName(result, container, std::string(index.text()), offset);
 	}

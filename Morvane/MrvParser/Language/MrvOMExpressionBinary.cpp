@@ -324,8 +324,8 @@ bool OMExpressionBinary::appendText(std::string &text, NodeWalk &walk) const
 
 uint64_t OMExpressionBinary::computeHash(NodeWalk &walk) const
 {
-	const uint64_t hash = Hash::combine(Hash::fnv1a(static_cast<uint64_t>(fBinOp)), Mrv::computeHash(fNode1, walk));
-	return Hash::combine(hash, Mrv::computeHash(fNode2, walk));
+	const uint64_t hash = fnvCombine(fnvHash(static_cast<uint64_t>(fBinOp)), Mrv::computeHash(fNode1, walk));
+	return fnvCombine(hash, Mrv::computeHash(fNode2, walk));
 }
 
 int OMExpressionBinary::compare(const IExpression &other, NodeWalk &walk) const

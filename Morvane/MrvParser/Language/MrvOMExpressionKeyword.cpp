@@ -34,7 +34,7 @@ bool OMExpressionKeyword::appendText(std::string &text, NodeWalk &) const
 
 uint64_t OMExpressionKeyword::computeHash(NodeWalk &) const
 {
-	return Hash::fnv1a(static_cast<uint64_t>(fToken));
+	return fnvHash(static_cast<uint64_t>(fToken));
 }
 
 int OMExpressionKeyword::compare(const IExpression &other, NodeWalk &) const

@@ -348,6 +348,6 @@ bool OMExpressionLValue::appendParent(std::string &text, NodeWalk &walk) const
 
 uint64_t OMExpressionLValue::hashParent(NodeWalk &walk) const
 {
-	return hasParent() ? Mrv::computeHash(fParent, walk) : Hash::OFFSET_BASIS;
+	return hasParent() ? Mrv::computeHash(fParent, walk) : kFnvOffsetBasis;
 }
 }

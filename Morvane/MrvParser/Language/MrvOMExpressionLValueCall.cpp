@@ -118,7 +118,7 @@ uint64_t OMExpressionLValueCall::computeHash(NodeWalk &walk) const
 	uint64_t hash = hashParent(walk);
 	for (const Value &argument : fArguments)
 	{
-		hash = Hash::combine(hash, Mrv::computeHash(argument, walk));
+		hash = fnvCombine(hash, Mrv::computeHash(argument, walk));
 	}
 	return hash;
 }

@@ -205,7 +205,7 @@ bool OMExpressionLValueIndexByExpression::appendText(std::string &text, NodeWalk
 
 uint64_t OMExpressionLValueIndexByExpression::computeHash(NodeWalk &walk) const
 {
-	return Hash::combine(hashParent(walk), Mrv::computeHash(fIndexExpression, walk));
+	return fnvCombine(hashParent(walk), Mrv::computeHash(fIndexExpression, walk));
 }
 
 int OMExpressionLValueIndexByExpression::compare(const IExpression &other, NodeWalk &walk) const

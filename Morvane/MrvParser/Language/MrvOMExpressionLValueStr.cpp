@@ -413,10 +413,10 @@ bool OMExpressionLValueStr::appendText(std::string &text, NodeWalk &walk) const
 
 uint64_t OMExpressionLValueStr::computeHash(NodeWalk &walk) const
 {
-	uint64_t hash = Hash::combine(hashParent(walk), fName.hash);
+	uint64_t hash = fnvCombine(hashParent(walk), fName.hash);
 	for (const Value &argument : fArguments)
 	{
-		hash = Hash::combine(hash, Mrv::computeHash(argument, walk));
+		hash = fnvCombine(hash, Mrv::computeHash(argument, walk));
 	}
 	return hash;
 }

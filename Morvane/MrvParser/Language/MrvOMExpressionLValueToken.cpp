@@ -173,10 +173,10 @@ bool OMExpressionLValueToken::appendText(std::string &text, NodeWalk &walk) cons
 
 uint64_t OMExpressionLValueToken::computeHash(NodeWalk &walk) const
 {
-	uint64_t hash = Hash::combine(hashParent(walk), static_cast<uint64_t>(fToken));
+	uint64_t hash = fnvCombine(hashParent(walk), static_cast<uint64_t>(fToken));
 	for (const Value &argument : fArguments)
 	{
-		hash = Hash::combine(hash, Mrv::computeHash(argument, walk));
+		hash = fnvCombine(hash, Mrv::computeHash(argument, walk));
 	}
 	return hash;
 }

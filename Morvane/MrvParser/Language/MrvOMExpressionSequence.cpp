@@ -200,10 +200,10 @@ bool OMExpressionSequence::appendText(std::string &text, NodeWalk &walk) const
 
 uint64_t OMExpressionSequence::computeHash(NodeWalk &walk) const
 {
-	uint64_t hash = Hash::fnv1a(static_cast<uint64_t>(fBinOp));
+	uint64_t hash = fnvHash(static_cast<uint64_t>(fBinOp));
 	for (const Value &element : fNodeSequence)
 	{
-		hash = Hash::combine(hash, Mrv::computeHash(element, walk));
+		hash = fnvCombine(hash, Mrv::computeHash(element, walk));
 	}
 	return hash;
 }

@@ -107,10 +107,10 @@ bool OMExpressionTernary::appendText(std::string &text, NodeWalk &walk) const
 
 uint64_t OMExpressionTernary::computeHash(NodeWalk &walk) const
 {
-	uint64_t hash = Hash::fnv1a(static_cast<uint64_t>(fTernOp));
+	uint64_t hash = fnvHash(static_cast<uint64_t>(fTernOp));
 	for (const Value *operand : {&fNode1, &fNode2, &fNode3})
 	{
-		hash = Hash::combine(hash, Mrv::computeHash(*operand, walk));
+		hash = fnvCombine(hash, Mrv::computeHash(*operand, walk));
 	}
 	return hash;
 }

@@ -131,7 +131,7 @@ bool OMExpressionUnary::appendText(std::string &text, NodeWalk &walk) const
 
 uint64_t OMExpressionUnary::computeHash(NodeWalk &walk) const
 {
-	return Hash::combine(Hash::fnv1a(static_cast<uint64_t>(fUnOp)), Mrv::computeHash(fNode, walk));
+	return fnvCombine(fnvHash(static_cast<uint64_t>(fUnOp)), Mrv::computeHash(fNode, walk));
 }
 
 int OMExpressionUnary::compare(const IExpression &other, NodeWalk &walk) const

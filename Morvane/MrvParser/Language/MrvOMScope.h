@@ -23,6 +23,8 @@ public:
 	static std::shared_ptr<OMScope> factory(const std::shared_ptr<OMScope> &parentScope = nullptr);
 	~OMScope() override;
 
+	using OMStored::accessOMNodeReadOnlyResolved_yielding;
+	using OMStored::accessOMNodeResolved_yielding;
 	// Looks a name up along the chain of scopes; writes where the name is found, else here.
 	void accessOMNodeResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
 		const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;

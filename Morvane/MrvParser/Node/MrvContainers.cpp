@@ -53,7 +53,7 @@ const std::shared_ptr<IOMNode> &ArrayContainer::nodeAt(size_t index)
 	return nodeOfPlace(fItems[index]);
 }
 
-Name::Name(std::string_view name) : text(Value::string(name)), hash(Hash::fnv1a(name)) {}
+Name::Name(std::string_view name) : text(Value::string(name)), hash(fnvHash(name)) {}
 
 size_t MapContainer::find(const Name &name) const noexcept
 {

@@ -2,7 +2,7 @@
 // time.
 #include "MrvParser/Node/MrvConversions.h"
 
-#include "MrvLogger/MrvLogger.h"
+#include "MrvLogger/MrvChecks.h"
 #include "MrvObject/MrvGUIDClass.h"
 #include "MrvObject/MrvHash.h"
 #include "MrvParser/Node/MrvArrayContainer.h"
@@ -12,6 +12,7 @@
 #include "MrvParser/Node/MrvMapContainer.h"
 #include "MrvParser/Node/MrvNodeWalk.h"
 #include "MrvParser/Node/MrvNumberScanner.h"
+#include "MrvPlatform/MrvClock.h"
 #include "MrvUtils/MrvUtils.h"
 
 #include <charconv>
@@ -29,16 +30,35 @@ constexpr double INT_LIMIT = 9223372036854775808.0;
 Value parseString(const Value &value)
 {
 	Value number;
-	if (!NumberScanner::parse(value.text(), NumberScanner::AUTO, false, number))
-	{
-		SANITY_CHECK_FAILED("tempNode->parseNum(getString(), -3)");
-	}
+	const bool isNumber = NumberScanner::parse(value.text(), NumberScanner::AUTO, false, number);
+	SANITY_CHECK_AS(isNumber, "tempNode->parseNum(getString(), -3)", return number);
 	return number;
 }
 
 int64_t bitsOf(double number)
 {
 	return number >= -INT_LIMIT && number < INT_LIMIT && std::floor(number) == number ? static_cast<int64_t>(number) : -1;
+}
+
+constexpr int MAX_YEAR = 9999; // of the date text; beyond it a date reads as its seconds
+
+// A date in the form of the C library's asctime, its line end included.
+std::string dateToText(int64_t date)
+{
+	static constexpr const char *DAYS[] = {"Thu", "Fri", "Sat", "Sun", "Mon", "Tue", "Wed"}; // from the first day of 1970 on
+	static constexpr const char *MONTHS[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+	constexpr int64_t SECONDS_PER_DAY = 86400;
+	Platform::CalendarTime time;
+	if (!Platform::utcCalendarTime(date, time) || time.year < 0 || time.year > MAX_YEAR)
+	{
+		return std::to_string(date);
+	}
+	const int64_t day = date / SECONDS_PER_DAY - (date % SECONDS_PER_DAY < 0 ? 1 : 0);
+	const auto weekday = static_cast<size_t>(((day % 7) + 7) % 7);
+	const auto twoDigits = [](int number, char fill)
+	{ return number < 10 ? std::string(1, fill) + std::to_string(number) : std::to_string(number); };
+	return std::string(DAYS[weekday]) + ' ' + MONTHS[time.month - 1] + ' ' + twoDigits(time.day, ' ') + ' ' + twoDigits(time.hour, '0') +
+		':' + twoDigits(time.minute, '0') + ':' + twoDigits(time.second, '0') + ' ' + std::to_string(time.year) + '\n';
 }
 
 void appendInt(std::string &text, int64_t number)
@@ -97,13 +117,13 @@ bool appendSimple(std::string &text, const Value &value, NodeWalk &walk)
 			text += value.boolPayload() ? "true" : "false";
 			break;
 		case OMType::Date:
-			text += Utils::dateToText(value.intPayload());
+			text += dateToText(value.intPayload());
 			break;
 		case OMType::Int:
 			appendInt(text, value.intPayload());
 			break;
 		case OMType::Float:
-			text += Utils::floatToText(value.floatPayload());
+			text += Utils::doubleToString(value.floatPayload());
 			break;
 		case OMType::NaN:
 			text += "NaN";
@@ -166,7 +186,7 @@ bool appendMap(std::string &text, const MapContainer &map, NodeWalk &walk)
 	{
 		text += isFirst ? "" : ", ";
 		isFirst = false;
-		text += Utils::enquote(std::string(name.view()));
+		text += Utils::enquote(name.view());
 		text += ": ";
 		if (!appendToString(text, map.entries()[map.find(name)].value.inPlace(), walk))
 		{
@@ -306,7 +326,7 @@ bool appendToString(std::string &text, const Value &value, NodeWalk &walk)
 	}
 	if (value.isString())
 	{
-		text += Utils::enquote(std::string(value.text()));
+		text += Utils::enquote(value.text());
 	}
 	else if (value.isArray())
 	{
@@ -364,6 +384,17 @@ std::string toString(const Value &value)
 	return toString(value, text) ? text : "error";
 }
 
+bool parseIndex(std::string_view text, size_t &index)
+{
+	uint64_t number = 0;
+	if (!Utils::isNumeric(text) || !Utils::toUInt64(text, number))
+	{
+		return false;
+	}
+	index = number;
+	return true;
+}
+
 const char *getTypeText(const Value &value)
 {
 	switch (value.type())
@@ -407,25 +438,25 @@ constexpr uint64_t HASH_NAN = 8998;
 
 uint64_t hashArray(const ArrayContainer &array, NodeWalk &walk)
 {
-	uint64_t hash = Hash::OFFSET_BASIS;
+	uint64_t hash = kFnvOffsetBasis;
 	NodeWalk::Step step(walk, &array, false);
 	for (size_t index = 0; step.isEntered() && index < array.fItems.size(); ++index)
 	{
-		hash = Hash::combine(hash, computeHash(array.fItems[index].inPlace(), walk));
+		hash = fnvCombine(hash, computeHash(array.fItems[index].inPlace(), walk));
 	}
 	return hash;
 }
 
 uint64_t hashMap(const MapContainer &map, NodeWalk &walk)
 {
-	uint64_t hash = Hash::OFFSET_BASIS;
+	uint64_t hash = kFnvOffsetBasis;
 	NodeWalk::Step step(walk, &map, false);
 	if (step.isEntered())
 	{
 		for (const Name &name : map.sortedNames())
 		{
-			hash = Hash::combine(hash, name.hash);
-			hash = Hash::combine(hash, computeHash(map.entries()[map.find(name)].value.inPlace(), walk));
+			hash = fnvCombine(hash, name.hash);
+			hash = fnvCombine(hash, computeHash(map.entries()[map.find(name)].value.inPlace(), walk));
 		}
 	}
 	return hash;
@@ -433,12 +464,12 @@ uint64_t hashMap(const MapContainer &map, NodeWalk &walk)
 
 uint64_t hashFunction(const FunctionObject &function, NodeWalk &walk)
 {
-	uint64_t hash = Hash::OFFSET_BASIS;
+	uint64_t hash = kFnvOffsetBasis;
 	for (const std::string &name : function.fSignature->getParameterList())
 	{
-		hash = Hash::combine(hash, Hash::fnv1a(name));
+		hash = fnvCombine(hash, fnvHash(name));
 	}
-	return Hash::combine(hash, computeHash(function.fBody, walk));
+	return fnvCombine(hash, computeHash(function.fBody, walk));
 }
 }
 
@@ -462,20 +493,20 @@ uint64_t computeHash(const Value &value, NodeWalk &walk)
 			return value.boolPayload() ? HASH_TRUE : HASH_FALSE;
 		case OMType::Date:
 		case OMType::Int:
-			return Hash::fnv1a(static_cast<uint64_t>(value.intPayload()));
+			return fnvHash(static_cast<uint64_t>(value.intPayload()));
 		case OMType::Float:
 		{
 			const Value positive = Value::floating(value.floatPayload() == 0.0 ? 0.0 : value.floatPayload());
-			return Hash::fnv1a(static_cast<uint64_t>(positive.intPayload()));
+			return fnvHash(static_cast<uint64_t>(positive.intPayload()));
 		}
 		case OMType::String:
-			return Hash::fnv1a(value.text());
+			return fnvHash(value.text());
 		case OMType::Array:
 			return hashArray(*value.array(), walk);
 		case OMType::Map:
 			return hashMap(*value.map(), walk);
 		case OMType::Expression:
-			return value.isBreak() || value.isReturned() ? Hash::fnv1a(getTypeText(value)) : value.expression()->computeHash(walk);
+			return value.isBreak() || value.isReturned() ? fnvHash(getTypeText(value)) : value.expression()->computeHash(walk);
 		case OMType::Error:
 			return HASH_ERROR;
 		case OMType::Function:
@@ -483,7 +514,7 @@ uint64_t computeHash(const Value &value, NodeWalk &walk)
 		case OMType::NaN:
 			return HASH_NAN;
 		case OMType::GUID:
-			return Hash::fnv1a(value.guidPayload()->toSectionedString());
+			return fnvHash(value.guidPayload()->toSectionedString());
 	}
 	return 0;
 }

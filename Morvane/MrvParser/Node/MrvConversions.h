@@ -3,6 +3,7 @@
 #include "MrvParser/Node/MrvValue.h"
 
 #include <string>
+#include <string_view>
 
 namespace Mrv
 {
@@ -31,6 +32,9 @@ std::string getAsString(const Value &value);
 bool appendToString(std::string &text, const Value &value, NodeWalk &walk);
 bool toString(const Value &value, std::string &text);
 std::string toString(const Value &value);
+
+// A decimal number without sign that fits: the position that an attribute name addresses in an Array.
+bool parseIndex(std::string_view text, size_t &index);
 
 // What `typeof` answers.
 const char *getTypeText(const Value &value);

@@ -1,6 +1,6 @@
 #include "MrvParser/Node/MrvFunctionSignature.h"
 
-#include "MrvLogger/MrvLogger.h"
+#include "MrvLogger/MrvChecks.h"
 
 #include <algorithm>
 

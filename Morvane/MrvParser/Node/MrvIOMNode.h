@@ -1,6 +1,10 @@
 #pragma once
 
+#include "MrvParser/Node/MrvArrayContainer.h"
 #include "MrvParser/Node/MrvConversions.h"
+#include "MrvParser/Node/MrvFunctionSignature.h"
+#include "MrvParser/Node/MrvIExpression.h"
+#include "MrvParser/Node/MrvMapContainer.h"
 #include "MrvParser/Node/MrvNodeTypes.h"
 #include "MrvParser/Node/MrvOperators.h"
 #include "MrvParser/Node/MrvValue.h"
@@ -106,7 +110,7 @@ public:
 	virtual GUIDClass *getGUID() const = 0;
 	virtual std::string getString() const = 0;
 	virtual Ref<IExpression> getExpression() const = 0;
-	virtual Ref<class FunctionSignature> getFunctionSignature() const = 0;
+	virtual Ref<FunctionSignature> getFunctionSignature() const = 0;
 	virtual std::string getFunctionName() const = 0;
 
 	// --- Kinds

@@ -229,7 +229,7 @@ int64_t OMNode::getDataStructureIdx() const
 	}
 	SANITY_CHECK(Utils::isNumeric(fDataStructureKey), return -1);
 	int64_t index = -1;
-	return Utils::parseInt64(fDataStructureKey, index) ? index : -1;
+	return Utils::toInt64(fDataStructureKey, index) ? index : -1;
 }
 
 std::string OMNode::getDataStructurePath() const

@@ -7,7 +7,6 @@
 #include "MrvParser/Node/MrvIExpression.h"
 #include "MrvParser/Node/MrvMapContainer.h"
 #include "MrvParser/Node/MrvOMStoredNodeIterator.h"
-#include "MrvUtils/MrvUtils.h"
 
 namespace Mrv
 {
@@ -115,7 +114,7 @@ std::shared_ptr<IOMNode> OMStored::getOMNode(const std::string &attribute)
 		return position == MapContainer::NOT_FOUND ? nullptr : fValue.map()->nodeAt(position);
 	}
 	size_t index = 0;
-	return fValue.isArray() && Utils::parseIndex(attribute, index) ? getOMNode(index) : nullptr;
+	return fValue.isArray() && parseIndex(attribute, index) ? getOMNode(index) : nullptr;
 }
 
 std::shared_ptr<IOMNode> OMStored::getOMNode(size_t index)
@@ -207,7 +206,7 @@ OMType OMStored::getType(const std::string &attribute) const
 		return place ? place->type() : OMType::Undefined;
 	}
 	size_t index = 0;
-	return Utils::parseIndex(attribute, index) ? getType(index) : OMType::Undefined;
+	return parseIndex(attribute, index) ? getType(index) : OMType::Undefined;
 }
 
 OMType OMStored::getType(size_t index) const
