@@ -4,111 +4,95 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
-#include <string_view>
-#include <utility>
-
-// The logger's call-backs are plain functions, so the lines of the present test are kept in one place for the whole program.
 
 namespace Mrv::Test
 {
 namespace
 {
-struct Recorder
+class KeepingLogger final : public Logger
 {
-	std::string folder;
-	std::vector<LogLine> lines;
+public:
+	void writeLine(const char *label, const char *, int, const char *functionName, const std::string &text) override
+	{
+		lines.push_back(std::string(label) + ": in " + functionName + ' ' + text);
+	}
+
+	std::vector<std::string> lines;
 };
 
-Recorder &recorder()
+std::shared_ptr<KeepingLogger> &testLogger()
 {
-	static Recorder instance;
-	return instance;
+	static std::shared_ptr<KeepingLogger> sLogger = std::make_shared<KeepingLogger>();
+	return sLogger;
 }
 
-// Takes "31-12-2024 23:59:59 ERROR: in function text" apart.
-LogLine parse(const std::string &line)
-{
-	constexpr std::size_t LABEL_AT = 20;
-	constexpr std::size_t LABEL_SIZE = 5;
-	constexpr std::string_view IN = ": in ";
-	if (line.size() > LABEL_AT && line.compare(LABEL_AT + LABEL_SIZE, IN.size(), IN) == 0)
-	{
-		const std::size_t nameEnd = line.find(' ', LABEL_AT + LABEL_SIZE + IN.size());
-		if (nameEnd != std::string::npos)
-		{
-			return {line.substr(LABEL_AT, LABEL_SIZE), line.substr(nameEnd + 1)};
-		}
-	}
-	return {"", line};
-}
-
-void record(const std::string &line)
-{
-	recorder().lines.push_back(parse(line));
-}
-
-class LogListener : public testing::EmptyTestEventListener
+class LogListener final : public testing::EmptyTestEventListener
 {
 	void OnTestStart(const testing::TestInfo &) override
 	{
-		recorder().lines.clear();
-		const auto logger = std::make_shared<Logger>();
-		logger->setLogFilePath(recorder().folder + "/tests.log");
-		TestLog::watch(*logger);
-		setCurrentLogger(logger);
+		testLogger() = std::make_shared<KeepingLogger>();
+		setCurrentLogger(testLogger());
 	}
 
 	void OnTestEnd(const testing::TestInfo &) override
 	{
-		for (const LogLine &line : TestLog::take())
+		for (const std::string &line : testLogger()->lines)
 		{
-			if (line.label == "ERROR")
+			if (line.starts_with("ERROR"))
 			{
-				ADD_FAILURE() << "unexpected log line: " << line.text;
+				ADD_FAILURE() << "unexpected log line: " << line;
 			}
 		}
+		setCurrentLogger(nullptr);
 	}
-
-	// What logs after this finds nobody listening.
-	void OnTestProgramEnd(const testing::UnitTest &) override { setCurrentLogger(nullptr); }
 };
-}
 
-void TestLog::install(const std::string &folder)
+// The framework takes listeners at any time, and owns them from then on.
+const bool sIsListening = []
 {
-	recorder().folder = folder;
-	// The framework owns it, and tells it of a test's end before it reports the result.
 	testing::UnitTest::GetInstance()->listeners().Append(new LogListener);
+	return true;
+}();
 }
 
-void TestLog::watch(ILogger &logger)
+const std::vector<std::string> &logLines()
 {
-	logger.addCallback(record);
+	return testLogger()->lines;
 }
 
-std::vector<LogLine> TestLog::take()
+bool takeLogLine(const std::string &text)
 {
-	return std::exchange(recorder().lines, {});
-}
-
-std::size_t TestLog::take(const std::string &text)
-{
-	return std::erase_if(recorder().lines, [&text](const LogLine &line) { return line.text.find(text) != std::string::npos; });
-}
-
-ExpectLog::ExpectLog(std::string text, std::size_t count) : fText(std::move(text)), fCount(count) {}
-
-ExpectLog::~ExpectLog()
-{
-	const std::size_t found = TestLog::take(fText);
-	if (fCount == AT_LEAST_ONE)
+	std::vector<std::string> &lines = testLogger()->lines;
+	const auto found =
+	    std::find_if(lines.begin(), lines.end(), [&text](const std::string &line) { return line.find(text) != std::string::npos; });
+	if (found == lines.end())
 	{
-		EXPECT_GT(found, 0U) << "nothing was logged that contains: " << fText;
+		return false;
 	}
-	else
-	{
-		EXPECT_EQ(found, fCount) << "log lines that contain: " << fText;
-	}
+	lines.erase(found);
+	return true;
+}
+
+void takeLogLines()
+{
+	testLogger()->lines.clear();
+}
+
+void setTestLogLevel(std::int32_t logLevel)
+{
+	testLogger()->setLogLevel(logLevel);
+}
+
+void watchLog(ILogger &logger)
+{
+	// A call-back gets the finished line, which begins with the date and the time.
+	logger.addCallback(
+	    [](const std::string &line)
+	    {
+		    constexpr std::size_t timeLength = sizeof("31-12-2024 23:59:59 ") - 1;
+		    testLogger()->lines.push_back(line.size() > timeLength ? line.substr(timeLength) : line);
+	    });
 }
 }

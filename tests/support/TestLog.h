@@ -2,50 +2,30 @@
 
 #include "MrvLogger/MrvILogger.h"
 
-#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace Mrv::Test
 {
-struct LogLine
-{
-	std::string label; // "ERROR", "WARN ", "NOTE ", "TRACE"; empty for a line of another form
-	std::string text;  // without time, label and function
-};
+// Each test begins with a logger of its own as the current one: it keeps its lines instead of writing them, at level WARNING. A line
+// at error level that the test hasn't taken by its end fails the test.
 
-// What is logged during a test. Each test starts with a logger of its own at level WARNING. An error line that nobody expected
-// fails the test in which it appears; lines of other levels don't.
-class TestLog
-{
-public:
-	// Called by main, once, before the tests. Lines are also written to a file in `folder`, which must exist.
-	static void install(const std::string &folder);
+// What was logged and not taken yet, oldest first, each as "ERROR: in function text".
+const std::vector<std::string> &logLines();
 
-	// Also listens to a logger that the code under test made for itself. It must not outlive the test as the current one.
-	static void watch(ILogger &logger);
+// Takes the oldest line that contains `text`; false when there is none.
+bool takeLogLine(const std::string &text);
 
-	// The lines of this test that have not been taken yet, in order. They count as expected from now on.
-	static std::vector<LogLine> take();
+// Takes all lines.
+void takeLogLines();
 
-	// Takes the lines that contain the text and gives their number.
-	static std::size_t take(const std::string &text);
-};
+// The level of the logger of this test.
+void setTestLogLevel(std::int32_t logLevel);
 
-// Demands a log line: `const ExpectLog expected("insufficient arguments");`. Fails the test when the scope ends and no line, or
-// not the given number of lines, contains the text. The lines that do contain it are expected, at whatever level.
-class ExpectLog
-{
-public:
-	static constexpr std::size_t AT_LEAST_ONE = 0;
-
-	explicit ExpectLog(std::string text, std::size_t count = AT_LEAST_ONE);
-	~ExpectLog();
-	ExpectLog(const ExpectLog &) = delete;
-	ExpectLog &operator=(const ExpectLog &) = delete;
-
-private:
-	const std::string fText;
-	const std::size_t fCount;
-};
+// Also keeps the lines of a logger that the code under test has made for itself.
+void watchLog(ILogger &logger);
 }
+
+// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): the failure is to be reported where it stands.
+#define EXPECT_LOG(text) EXPECT_TRUE(::Mrv::Test::takeLogLine(text)) << "not logged: " << (text)

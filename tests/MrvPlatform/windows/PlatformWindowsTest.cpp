@@ -1,0 +1,165 @@
+#include "MrvPlatform/MrvArguments.h"
+#include "MrvPlatform/MrvClock.h"
+#include "MrvPlatform/MrvConsole.h"
+#include "MrvPlatform/MrvFileSystem.h"
+#include "MrvPlatform/MrvSignals.h"
+#include "MrvPlatform/MrvSleep.h"
+#include "MrvPlatform/MrvSystemConsole.h"
+#include "MrvPlatform/windows/MrvWide.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <thread>
+
+namespace Mrv
+{
+namespace
+{
+using Platform::InputState;
+using Platform::StandardStream;
+using Platform::WriteOutcome;
+
+constexpr std::int64_t kSecond = 1'000'000'000;
+
+// Puts a handle in a standard stream's place as long as it lives.
+class StandardHandle
+{
+public:
+	StandardHandle(DWORD which, HANDLE handle) : fWhich(which), fSaved(::GetStdHandle(which)) { ::SetStdHandle(which, handle); }
+	StandardHandle(const StandardHandle &) = delete;
+	StandardHandle &operator=(const StandardHandle &) = delete;
+	~StandardHandle() { ::SetStdHandle(fWhich, fSaved); }
+
+private:
+	DWORD fWhich;
+	HANDLE fSaved;
+};
+
+TEST(SignalsWindowsTest, AnEventIsNotedAndEndsTheSleep)
+{
+	const std::pair<DWORD, int> expected[] = {{CTRL_C_EVENT, SIGINT}, {CTRL_BREAK_EVENT, SIGTERM}};
+	for (const auto &[event, number] : expected)
+	{
+		Platform::resetOrderlyEnd();
+		EXPECT_TRUE(Platform::handleEndRequest(event));
+		EXPECT_EQ(Platform::pendingSignal(), number);
+		const std::int64_t start = Platform::steadyNanoseconds();
+		Platform::sleepUntil(start + 20 * kSecond);
+		EXPECT_LT(Platform::steadyNanoseconds() - start, 10 * kSecond);
+	}
+	Platform::resetOrderlyEnd();
+	EXPECT_FALSE(Platform::handleEndRequest(77));
+	EXPECT_EQ(Platform::pendingSignal(), 0);
+}
+
+TEST(SignalsWindowsTest, ClosingWaitsForMainButNotForEver)
+{
+	for (const DWORD event : {DWORD{CTRL_CLOSE_EVENT}, DWORD{CTRL_LOGOFF_EVENT}, DWORD{CTRL_SHUTDOWN_EVENT}})
+	{
+		Platform::resetOrderlyEnd();
+		std::thread handler([event] { EXPECT_TRUE(Platform::handleEndRequest(event)); });
+		while (Platform::pendingSignal() == 0)
+		{
+			std::this_thread::yield();
+		}
+		EXPECT_EQ(Platform::pendingSignal(), event == CTRL_CLOSE_EVENT ? 1 : SIGTERM);
+		Platform::orderlyEndReached();
+		handler.join();
+	}
+	Platform::resetOrderlyEnd();
+	const std::int64_t start = Platform::steadyNanoseconds();
+	EXPECT_TRUE(Platform::handleEndRequest(CTRL_CLOSE_EVENT));
+	const std::int64_t waited = Platform::steadyNanoseconds() - start;
+	EXPECT_GE(waited, 3 * kSecond);
+	EXPECT_LE(waited, 5 * kSecond);
+	Platform::resetOrderlyEnd();
+	Platform::wake();
+	Platform::sleepUntil(Platform::steadyNanoseconds() + kSecond);
+}
+
+TEST(SignalsWindowsTest, TheSecondEventEndsTheProcess)
+{
+	EXPECT_EXIT(
+	    {
+		    Platform::handleEndRequest(CTRL_C_EVENT);
+		    Platform::handleEndRequest(CTRL_C_EVENT);
+	    },
+	    testing::ExitedWithCode(128 + SIGINT), "");
+}
+
+TEST(ConsoleWindowsTest, APipeIsReadWithoutWaiting)
+{
+	HANDLE readEnd = nullptr;
+	HANDLE writeEnd = nullptr;
+	ASSERT_TRUE(::CreatePipe(&readEnd, &writeEnd, nullptr, 0));
+	const StandardHandle input(STD_INPUT_HANDLE, readEnd);
+	Platform::IConsole &console = Platform::Detail::systemConsole();
+	EXPECT_EQ(console.pollInput(), InputState::NOTHING_YET);
+	console.setInputWakesSleep(true);
+	DWORD written = 0;
+	ASSERT_TRUE(::WriteFile(writeEnd, "a\r\nb", 4, &written, nullptr));
+	const std::int64_t start = Platform::steadyNanoseconds();
+	Platform::sleepUntil(start + 20 * kSecond);
+	EXPECT_LT(Platform::steadyNanoseconds() - start, 10 * kSecond);
+	console.setInputWakesSleep(false);
+	std::string bytes;
+	EXPECT_EQ(console.readInput(bytes, 100), InputState::READY);
+	EXPECT_EQ(bytes, "a\r\nb");
+	EXPECT_EQ(console.pollInput(), InputState::NOTHING_YET);
+	::CloseHandle(readEnd);
+	::CloseHandle(writeEnd);
+}
+
+TEST(ConsoleWindowsTest, ErrorOutputToAClosedPipe)
+{
+	HANDLE readEnd = nullptr;
+	HANDLE writeEnd = nullptr;
+	ASSERT_TRUE(::CreatePipe(&readEnd, &writeEnd, nullptr, 0));
+	const StandardHandle output(STD_ERROR_HANDLE, writeEnd);
+	Platform::IConsole &console = Platform::Detail::systemConsole();
+	EXPECT_EQ(console.write(StandardStream::ERROR_OUTPUT, "read\n"), WriteOutcome::WRITTEN);
+	::CloseHandle(readEnd);
+	EXPECT_EQ(console.write(StandardStream::ERROR_OUTPUT, "not read\n"), WriteOutcome::CLOSED_PIPE);
+	::CloseHandle(writeEnd);
+	EXPECT_EQ(console.write(StandardStream::ERROR_OUTPUT, "nowhere\n"), WriteOutcome::FAILED);
+}
+
+TEST(SleepWindowsTest, AHandleEndsTheSleep)
+{
+	const HANDLE event = ::CreateEventW(nullptr, TRUE, TRUE, nullptr);
+	const Platform::WakeSourceId source = Platform::registerWakeSource(reinterpret_cast<Platform::NativeHandle>(event));
+	const std::int64_t start = Platform::steadyNanoseconds();
+	Platform::sleepUntil(start + 20 * kSecond);
+	EXPECT_LT(Platform::steadyNanoseconds() - start, 10 * kSecond);
+	Platform::unregisterWakeSource(source);
+	::CloseHandle(event);
+}
+
+TEST(FileSystemWindowsTest, NamedPipesAreSeenWithoutConnecting)
+{
+	const HANDLE pipe = ::CreateNamedPipeW(
+	    L"\\\\.\\pipe\\morvane-test-pipe", PIPE_ACCESS_INBOUND, PIPE_TYPE_MESSAGE, PIPE_UNLIMITED_INSTANCES, 64, 64, 0, nullptr);
+	ASSERT_NE(pipe, INVALID_HANDLE_VALUE);
+	EXPECT_EQ(Platform::fileInfo("\\\\.\\pipe\\morvane-test-pipe").kind, Platform::FileKind::PIPE);
+	EXPECT_EQ(Platform::fileInfo("\\\\.\\pipe\\morvane-test-nothing").kind, Platform::FileKind::NONE);
+	DWORD available = 0;
+	EXPECT_FALSE(::PeekNamedPipe(pipe, nullptr, 0, nullptr, &available, nullptr));
+	EXPECT_EQ(::GetLastError(), static_cast<DWORD>(ERROR_BAD_PIPE));
+	::CloseHandle(pipe);
+}
+
+TEST(WideTest, ConvertsAndRefuses)
+{
+	EXPECT_EQ(Platform::Windows::toUtf8(L"J\u00FCrgen \u65E5\u672C \U0001F600"), "Jürgen 日本 😀");
+	EXPECT_EQ(Platform::Windows::toWide("Jürgen 日本 😀"), L"J\u00FCrgen \u65E5\u672C \U0001F600");
+	EXPECT_EQ(Platform::Windows::toWide("\xC3"), std::nullopt);
+	EXPECT_EQ(Platform::Windows::toWide(""), L"");
+	EXPECT_EQ(Platform::Windows::toWidePath("a/b"), L"a\\b");
+	EXPECT_TRUE(Platform::Windows::toWidePath(std::string(300, 'x'))->starts_with(L"\\\\?\\"));
+	const std::vector<std::string> arguments = Platform::processArguments(0, nullptr);
+	ASSERT_FALSE(arguments.empty());
+	EXPECT_NE(arguments.front().find("morvane-tests"), std::string::npos);
+}
+}
+}
