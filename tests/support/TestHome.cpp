@@ -3,6 +3,7 @@
 #include "MrvPlatform/MrvEnvironment.h"
 
 #include <random>
+#include <string>
 #include <system_error>
 #include <utility>
 
@@ -37,11 +38,6 @@ TestHome::~TestHome()
 		std::error_code ignored;
 		std::filesystem::remove_all(fTop, ignored);
 	}
-}
-
-std::string TestHome::path() const
-{
-	return utf8(fHome);
 }
 
 bool TestHome::makeFolders()

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <filesystem>
-#include <string>
 
 namespace Mrv::Test
 {
@@ -19,9 +18,6 @@ public:
 
 	// False when the folders could not be made; then no test should run.
 	bool isReady() const { return fIsReady; }
-
-	// The home folder in UTF-8, without a separator at its end.
-	std::string path() const;
 
 private:
 	bool makeFolders();

@@ -29,6 +29,3 @@ void watchLog(ILogger &logger);
 
 // NOLINTNEXTLINE(cppcoreguidelines-macro-usage): the failure is to be reported where it stands.
 #define EXPECT_LOG(text) EXPECT_TRUE(::Mrv::Test::takeLogLine(text)) << "not logged: " << (text)
-
-// NOLINTNEXTLINE(cppcoreguidelines-macro-usage): the failure is to be reported where it stands.
-#define EXPECT_LOG(text) EXPECT_TRUE(::Mrv::Test::takeLogLine(text)) << "not logged: " << (text)

@@ -1,6 +1,5 @@
 #include "support/Mode.h"
 #include "support/TestHome.h"
-#include "support/TestLog.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +8,6 @@
 
 using Mrv::Test::Mode;
 using Mrv::Test::TestHome;
-using Mrv::Test::TestLog;
 
 int main(int argc, char **argv)
 {
@@ -34,6 +32,5 @@ int main(int argc, char **argv)
 			return 1;
 		}
 	}
-	TestLog::install(home.path());
 	return RUN_ALL_TESTS();
 }
