@@ -114,7 +114,7 @@ Value takeResult(const BuiltinCall &call, const Task &child, Evaluated &evaluate
 	{
 		return Value::fromNode(child.getResult());
 	}
-	if (!evaluated.isParsed)
+	if (!child.isSuccess())
 	{
 		return Evaluation::fail(call.place, refusalOf(evaluated.origin));
 	}
