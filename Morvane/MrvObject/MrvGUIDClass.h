@@ -14,7 +14,7 @@ struct GUIDValue
 	std::uint64_t high = 0;
 	std::uint64_t low = 0;
 
-	auto operator<=>(const GUIDValue &) const = default;
+	auto operator<=>(const GUIDValue &) const = default; // NOLINT(modernize-use-nullptr): the check mistakes the generated code
 };
 
 // Something that stands for a GUID.

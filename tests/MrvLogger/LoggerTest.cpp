@@ -158,9 +158,9 @@ std::pair<std::string, int> outcomeOf(Check check)
 {
 	takeLogLines();
 	const int result = check();
-	const std::vector<std::string> lines = logLines();
+	const std::string line = logLines().empty() ? "() " : logLines().front();
 	takeLogLines();
-	return {lines.empty() ? "" : lines.front().substr(lines.front().find("() ") + 3), result};
+	return {line.substr(line.find("() ") + 3), result};
 }
 
 struct Base
@@ -171,49 +171,49 @@ struct Derived : Base
 {
 };
 
+// NOLINTBEGIN(bugprone-lambda-function-name): the name is cut off
 TEST(ChecksTest, EachLogsItsTextAndLeaves)
 {
 	using Outcome = std::pair<std::string, int>;
 	const std::shared_ptr<Base> base = std::make_shared<Base>();
 	const std::shared_ptr<const Base> derived = std::make_shared<Derived>();
 	std::shared_ptr<Base> assigned;
-	const auto operatorName = [](auto check) { return outcomeOf(check); };
-	EXPECT_EQ(operatorName(
+	EXPECT_EQ(outcomeOf(
 	              []
 	              {
 		              SANITY_CHECK(1 + 1 == 3, return 1);
 		              return 0;
 	              }),
 	    Outcome("SANITY_CHECK failed: '1 + 1 == 3' evaluates to false", 1));
-	EXPECT_EQ(operatorName(
+	EXPECT_EQ(outcomeOf(
 	              []
 	              {
 		              VERIFY_AS(false, "::Call( x)", return 1);
 		              return 0;
 	              }),
 	    Outcome("VERIFY failed: '::Call( x)' evaluates to false", 1));
-	EXPECT_EQ(operatorName(
+	EXPECT_EQ(outcomeOf(
 	              []
 	              {
 		              EXPECTED(false);
 		              return 0;
 	              }),
 	    Outcome("EXPECTED failed: 'false' evaluates to false", 0));
-	EXPECT_EQ(operatorName(
+	EXPECT_EQ(outcomeOf(
 	              [&]
 	              {
 		              ASSIGN(assigned, nullptr, return 1);
 		              return 0;
 	              }),
 	    Outcome("ASSIGN failed: 'assigned = nullptr;'", 1));
-	EXPECT_EQ(operatorName(
+	EXPECT_EQ(outcomeOf(
 	              [&]
 	              {
 		              ASSIGN_TYPED(Derived, object, base, return 1);
 		              return 0;
 	              }),
 	    Outcome("ASSIGN_TYPED failed: 'Derived object = base;'", 1));
-	EXPECT_EQ(operatorName(
+	EXPECT_EQ(outcomeOf(
 	              [&]
 	              {
 		              ASSIGN_CONST_TYPED(Derived, object, derived, return 1);
@@ -222,6 +222,8 @@ TEST(ChecksTest, EachLogsItsTextAndLeaves)
 	              }),
 	    Outcome("", 0));
 }
+
+// NOLINTEND(bugprone-lambda-function-name)
 
 TEST(ChecksTest, TheFailureStatementBelongsToTheCallersLoop)
 {

@@ -9,6 +9,8 @@ namespace Mrv
 {
 namespace
 {
+constexpr std::size_t kKilobyte = 1024;
+
 // Goes down until less than `reserve` is left, touching what it uses; how many bytes it went.
 [[gnu::noinline]] std::size_t descend(std::size_t reserve, std::size_t start)
 {
@@ -23,13 +25,13 @@ TEST(StackTest, EveryThreadMayUseWhatIsSaidToBeLeft)
 	const auto check = []
 	{
 		const std::size_t start = Platform::stackBytesLeft();
-		EXPECT_GT(start, 256U * 1024);
+		EXPECT_GT(start, kKilobyte * 256);
 		EXPECT_LT(start, std::size_t{1} << 32);
 		EXPECT_GT(descend(start - 200'000, start), 200'000U);
 		// To nearly the end: the limit is no guess.
-		if (start < 64U * 1024 * 1024)
+		if (start < kKilobyte * 65536)
 		{
-			EXPECT_GT(descend(64U * 1024, start), start - 128U * 1024);
+			EXPECT_GT(descend(kKilobyte * 64, start), start - kKilobyte * 128);
 		}
 	};
 	check();

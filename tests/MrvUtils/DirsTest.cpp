@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 namespace Mrv
 {
 namespace
@@ -125,27 +123,6 @@ TEST_F(DirsTest, EitherSeparatorAndDeepTrees)
 	EXPECT_TRUE(Dirs::rmDir(fTop + "deep\\", DirRecurse::RECURSE, '\\'));
 	EXPECT_FALSE(Dirs::mkDir(path, DirRecurse::RECURSE, ':'));
 	EXPECT_LOG("SANITY_CHECK failed: 'separator == ");
-}
-
-TEST_F(DirsTest, LinksAreRemovedAndNotFollowed)
-{
-	const std::string kept = fTop + "kept";
-	ASSERT_TRUE(Dirs::mkDir(kept, DirRecurse::NO_RECURSE));
-	writeFile(kept + native("/file"));
-	ASSERT_TRUE(Dirs::mkDir(fTop + "tree", DirRecurse::NO_RECURSE));
-	const auto asPath = [](const std::string &text) { return std::filesystem::path(std::u8string(text.begin(), text.end())); };
-	std::error_code error;
-	std::filesystem::create_directory_symlink(asPath(kept), asPath(fTop + native("tree/link")), error);
-	if (error)
-	{
-		GTEST_SKIP() << "no links here: " << error.message();
-	}
-	std::filesystem::create_directory_symlink(asPath(kept), asPath(fTop + "link"), error);
-	std::filesystem::create_directory_symlink(asPath(fTop + "nothing"), asPath(fTop + native("tree/dangling")), error);
-	EXPECT_TRUE(Dirs::rmDir(fTop + "tree", DirRecurse::RECURSE));
-	EXPECT_TRUE(Dirs::rmDir(fTop + native("link/"), DirRecurse::RECURSE));
-	EXPECT_EQ(Dirs::scanDir(fTop), std::vector<std::string>{"kept"});
-	EXPECT_TRUE(Dirs::fileExists(kept + native("/file")));
 }
 
 TEST_F(DirsTest, TheLastCharacterOfAPath)

@@ -2,6 +2,8 @@
 #include "MrvPlatform/MrvClock.h"
 #include "MrvPlatform/MrvConsole.h"
 #include "MrvPlatform/MrvFileSystem.h"
+#include "MrvPlatform/MrvModulePath.h"
+#include "MrvPlatform/MrvProcess.h"
 #include "MrvPlatform/MrvSignals.h"
 #include "MrvPlatform/MrvSleep.h"
 #include "MrvPlatform/MrvSystemConsole.h"
@@ -78,14 +80,32 @@ TEST(SignalsWindowsTest, ClosingWaitsForMainButNotForEver)
 	Platform::sleepUntil(Platform::steadyNanoseconds() + kSecond);
 }
 
+// Not run by itself: the test below starts it in a process of its own.
+TEST(SignalsWindowsTest, DISABLED_TwoEvents)
+{
+	Platform::handleEndRequest(CTRL_C_EVENT);
+	Platform::handleEndRequest(CTRL_C_EVENT);
+	FAIL();
+}
+
 TEST(SignalsWindowsTest, TheSecondEventEndsTheProcess)
 {
-	EXPECT_EXIT(
-	    {
-		    Platform::handleEndRequest(CTRL_C_EVENT);
-		    Platform::handleEndRequest(CTRL_C_EVENT);
-	    },
-	    testing::ExitedWithCode(128 + SIGINT), "");
+	const std::optional<std::string> program = Platform::modulePath();
+	ASSERT_TRUE(program);
+	std::wstring commandLine = L"\"" + *Platform::Windows::toWide(*program) +
+	                           L"\" --gtest_also_run_disabled_tests --gtest_filter=SignalsWindowsTest.DISABLED_TwoEvents";
+	STARTUPINFOW startup{};
+	startup.cb = sizeof(startup);
+	PROCESS_INFORMATION process{};
+	ASSERT_TRUE(::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process));
+	EXPECT_TRUE(Platform::isProcessRunning(process.dwProcessId));
+	EXPECT_EQ(::WaitForSingleObject(process.hProcess, 60'000), WAIT_OBJECT_0);
+	DWORD exitCode = 0;
+	EXPECT_TRUE(::GetExitCodeProcess(process.hProcess, &exitCode));
+	EXPECT_EQ(exitCode, DWORD{128 + SIGINT});
+	EXPECT_FALSE(Platform::isProcessRunning(process.dwProcessId));
+	::CloseHandle(process.hThread);
+	::CloseHandle(process.hProcess);
 }
 
 TEST(ConsoleWindowsTest, APipeIsReadWithoutWaiting)
