@@ -1,0 +1,11 @@
+#include "MrvParser/Stream/MrvOutputStreamString.h"
+
+namespace Mrv
+{
+bool OutputStreamString::write(std::string_view text)
+{
+	reopen();
+	append(text, Passed::KEEP);
+	return true;
+}
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+
+namespace Mrv
+{
+// The one guard of everything that recurses: parsing, evaluation, rendering, hashing, cloning, comparison. It counts units of
+// nesting, so that large stacks refuse too, and watches the bytes that are left of the native stack. A local object of the function that
+// recurses; the count falls when it is left.
+class NestingGuard
+{
+public:
+	static constexpr uint32_t MAX_UNITS = 10000;
+	static constexpr uint32_t SCRIPT_CALL = 12; // what a call of a script function counts
+	static constexpr uintptr_t STACK_RESERVE = 128 * 1024;
+
+	explicit NestingGuard(uint32_t units = 1) noexcept : fUnits(units) { sUnits += units; }
+	~NestingGuard() { sUnits -= fUnits; }
+	NestingGuard(const NestingGuard &) = delete;
+	NestingGuard &operator=(const NestingGuard &) = delete;
+
+	// A suspended function that is entered again is not refused: only a first entry asks.
+	bool isExceeded() const noexcept { return sUnits > MAX_UNITS || stackPointer() < sStackLimit; }
+
+	// Logs the line that names the limit: "nesting limit reached: <what>".
+	static void report(const char *what);
+
+	// Notes where the stack of the present thread ends. Called whenever the scheduler is entered.
+	static void watchThisThread() noexcept;
+	// Whether this many bytes are left above the reserve.
+	static bool hasStack(uintptr_t bytes) noexcept { return stackPointer() > sStackLimit + bytes; }
+	static uintptr_t stackPointer() noexcept { return reinterpret_cast<uintptr_t>(__builtin_frame_address(0)); }
+
+private:
+	static uint32_t sUnits;
+	static uintptr_t sStackLimit; // the end of the stack plus the reserve
+
+	const uint32_t fUnits;
+};
+}
