@@ -53,6 +53,7 @@ void InputStream::appendBeginning(std::string_view bytes, bool isEnd)
 	{
 		fBeginning.erase(0, BYTE_ORDER_MARK.size());
 		fBeginPosition += BYTE_ORDER_MARK.size();
+		fStartPosition = fBeginPosition;
 	}
 	else if (!isEnd && BYTE_ORDER_MARK.starts_with(fBeginning))
 	{

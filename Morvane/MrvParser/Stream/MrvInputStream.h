@@ -74,12 +74,14 @@ public:
 	// --- Positions
 
 	uint64_t getPos() const { return fBeginPosition + static_cast<uint64_t>(fCursor - fBuffer.data()); }
+	// Nothing was passed yet, a byte-order mark aside.
+	bool isAtStart() const { return getPos() == fStartPosition; }
 	// False, without moving, when that position can't be reached.
 	virtual bool setPos(uint64_t position);
 	// true: what is passed from here on stays within reach of `setPos`, until as many calls with false have followed.
 	void setBufferActive(bool isActive);
-	// Forgets what was passed so far, as far as `setPos` goes.
-	virtual void commit() {}
+	// Nobody goes back to what was passed so far: ends all that `setBufferActive` keeps.
+	virtual void commit() { fBufferActive = 0; }
 	// The lines of what was fetched so far; kept up to date by asking again.
 	const std::shared_ptr<LineTable> &getLineTable();
 
@@ -150,6 +152,7 @@ private:
 	const char *fEnd = nullptr;    // end of the buffer
 	std::string fBuffer;
 	uint64_t fBeginPosition = 0; // of the buffer's first byte
+	uint64_t fStartPosition = 0; // behind a byte-order mark
 	uint64_t fKeepPosition = 0;  // while the buffer is active: what `setPos` must reach
 	uint32_t fBufferActive = 0;
 	bool fIsSourceEnded = false;

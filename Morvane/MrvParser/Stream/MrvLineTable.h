@@ -23,6 +23,8 @@ public:
 
 	// The place of a position. What lies behind the bytes that the table knows counts to their last line.
 	Place locate(uint64_t position) const;
+	// The positions where lines begin, ascending; empty before anything was added.
+	const std::vector<uint32_t> &getLineStarts() const { return fLineStarts; }
 
 private:
 	static constexpr uint64_t MAX_POSITION = UINT32_MAX; // lines that begin further on are not told apart
