@@ -113,7 +113,7 @@ public:
 	std::shared_ptr<ITaskStream> makeInputStream() override;
 	std::shared_ptr<IOMNode> makeBoolNode(bool value) override;
 
-	std::string getTypeName() const override { return TYPENAME; }
+	const std::string &getTypeName() const override { return TYPENAME; }
 	bool deregisterObject() override;
 
 private:

@@ -248,7 +248,7 @@ void Environment::moveToMap()
 	fMap = map;
 	fSlots = nullptr;
 	fHeapSlots.reset();
-	fLayoutId = 0;
+	fLayoutId = NO_LAYOUT;
 	Value *thisPlace = fMap->get("this");
 	if (thisPlace->kind() == Value::Kind::LAZY)
 	{

@@ -98,7 +98,8 @@ private:
 	Ref<Environment> fParent;
 	Environment *fBase = nullptr;       // the first environment outwards that is no call; this one itself if it is none
 	uint64_t fBloom = 0;
-	uint32_t fLayoutId = 0;             // of the slots; 0 when there are none
+	static constexpr uint32_t NO_LAYOUT = UINT32_MAX; // what no name's layout is
+	uint32_t fLayoutId = NO_LAYOUT;     // of the slots
 	uint32_t fEpoch = 0;
 	OMScope *fScope = nullptr;          // the node, while it exists; it owns this environment
 	Ref<const FunctionSignature> fSignature;

@@ -1,0 +1,193 @@
+#include "MrvProcessRun.h"
+
+#include "MrvCoordinator/MrvInternalCoordinator.h"
+#include "MrvLogger/MrvLogger.h"
+#include "MrvParser/Language/MrvOMScope.h"
+#include "MrvParser/Language/MrvStreamEvaluation.h"
+#include "MrvParser/Stream/MrvIOStreamPrompted.h"
+#include "MrvParser/Stream/MrvInputStreamStdIn.h"
+#include "MrvParser/Task/MrvEvalScriptTask.h"
+#include "MrvParser/Task/MrvParseAndEvalStreamTask.h"
+#include "MrvPlatform/MrvConsole.h"
+#include "MrvPlatform/MrvSignals.h"
+
+namespace Mrv
+{
+namespace
+{
+constexpr OMInt MAX_STATUS = 255;
+}
+
+int ProcessRun::run()
+{
+	chooseJob();
+	if (!fScriptFile.empty())
+	{
+		runScript(fScriptFile);
+	}
+	if (!fIsEnding && (fIsPrompted || fReadsStatements))
+	{
+		runSession(fIsPrompted);
+	}
+	const CoordinatorSettings &settings = InternalCoordinator::getSettings();
+	if (!fIsEnding && settings.isServer)
+	{
+		serve();
+	}
+	// Unfinished tasks are exited, so that what they must undo is undone.
+	Task::exitAllTasks(fCoordinator.getMainTask().get());
+	InternalCoordinator::terminate();
+	InternalCoordinator::runEventLoop(settings.delayQuitMicroseconds);
+	if (Platform::console().flush() == Platform::WriteOutcome::FAILED)
+	{
+		end(ENDED_IN_ERROR, "standard output can't be written");
+	}
+	return fStatus;
+}
+
+void ProcessRun::chooseJob()
+{
+	const CoordinatorSettings &settings = InternalCoordinator::getSettings();
+	fScriptFile = settings.scriptFile;
+	fIsPrompted = settings.isInteractive;
+	fReadsStatements = settings.readStdIn && !settings.isInteractive;
+	if (fScriptFile.empty() && !fIsPrompted && !fReadsStatements && !settings.isServer)
+	{
+		if (Platform::console().isTerminal(Platform::StandardStream::INPUT))
+		{
+			fIsPrompted = true;
+		}
+		else
+		{
+			fScriptFile = "-";
+		}
+	}
+}
+
+// The reason for the process to end before its jobs are done, if there is one.
+bool ProcessRun::mustEnd()
+{
+	if (InternalCoordinator::isTerminating())
+	{
+		return true;
+	}
+	if (Platform::pendingSignal() != 0)
+	{
+		InternalCoordinator::terminate();
+		return true;
+	}
+	if (Platform::console().write(Platform::StandardStream::OUTPUT, {}) != Platform::WriteOutcome::WRITTEN)
+	{
+		InternalCoordinator::terminate();
+		return true;
+	}
+	return false;
+}
+
+bool ProcessRun::waitFor(const std::shared_ptr<Task> &task)
+{
+	Task::startTask(task);
+	fCoordinator.runEventLoop(-1, [&] { return task->isTaskCompleted() || mustEnd(); });
+	if (mustEnd())
+	{
+		fIsEnding = true;
+	}
+	return task->isTaskCompleted();
+}
+
+void ProcessRun::end(int status, const std::string &reason)
+{
+	fStatus = status;
+	fIsEnding = true;
+	if (status != WELL)
+	{
+		Platform::console().flush();
+		Platform::console().write(Platform::StandardStream::ERROR_OUTPUT, "morvane: " + reason + "\n");
+	}
+}
+
+// What the script gave to `exit`, if it called that.
+void ProcessRun::takeExitValue(Task &task)
+{
+	if (!task.isExitRequested())
+	{
+		return;
+	}
+	fIsEnding = true;
+	const auto result = task.hasResult() ? task.getResult() : nullptr;
+	if (result && result->getType() == OMType::Int && result->getInt() >= 0 && result->getInt() <= MAX_STATUS)
+	{
+		end(static_cast<int>(result->getInt()), "the script called exit(" + std::to_string(result->getInt()) + ")");
+	}
+}
+
+void ProcessRun::runScript(const std::string &path)
+{
+	const bool isStandardInput = path == "-";
+	// The script's own input: standard input, unless the script itself came from there.
+	InternalCoordinator::setInputKind(
+		isStandardInput ? InternalCoordinator::InputKind::EMPTY : InternalCoordinator::InputKind::STANDARD_INPUT);
+	const auto task = isStandardInput
+		? EvalScriptTask::streamFactory(InternalCoordinator::getCoordinatorScope(), std::make_shared<InputStreamStdIn>(), "standard input",
+			  HandleReturnValue::UNWRAP)
+		: EvalScriptTask::factory(InternalCoordinator::getCoordinatorScope(), path, HandleReturnValue::UNWRAP);
+	if (!waitFor(task))
+	{
+		const int signal = Platform::pendingSignal();
+		if (signal != 0)
+		{
+			end(SIGNAL_BASE + signal, "the script was cut off by signal " + std::to_string(signal));
+		}
+		return;
+	}
+	if (task->isExitRequested())
+	{
+		takeExitValue(*task);
+	}
+	else if (!task->isParsed())
+	{
+		end(NO_SCRIPT, path + " could not be read or parsed");
+	}
+	else if (task->getResult() && task->getResult()->getType() == OMType::Error)
+	{
+		reportErrorNote(*task);
+		fStatus = ENDED_IN_ERROR;
+	}
+}
+
+void ProcessRun::runSession(bool isPrompted)
+{
+	std::shared_ptr<IOStreamPrompted> stream;
+	if (isPrompted)
+	{
+		const bool isTerminal = Platform::console().isTerminal(Platform::StandardStream::INPUT);
+		InternalCoordinator::setInputKind(
+			isTerminal ? InternalCoordinator::InputKind::CONSOLE : InternalCoordinator::InputKind::STANDARD_INPUT);
+		stream = InternalCoordinator::inputStreamFactory();
+	}
+	else
+	{
+		InternalCoordinator::setInputKind(InternalCoordinator::InputKind::STANDARD_INPUT);
+		stream = std::make_shared<IOStreamPrompted>(InternalCoordinator::inputStreamFactory()->getNestedInputStream(), nullptr);
+	}
+	const auto task = ParseAndEvalStreamTask::factory(InternalCoordinator::getCoordinatorScope(), stream);
+	fStatus = WELL;
+	if (!waitFor(task))
+	{
+		return;
+	}
+	if (task->isExitRequested())
+	{
+		takeExitValue(*task);
+	}
+	else if (!task->isSuccess() && !isPrompted && !fIsEnding)
+	{
+		end(NO_SCRIPT, "standard input could not be parsed");
+	}
+}
+
+void ProcessRun::serve()
+{
+	fCoordinator.runEventLoop(-1, [this] { return mustEnd(); });
+}
+}

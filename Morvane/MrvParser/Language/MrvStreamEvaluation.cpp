@@ -1,0 +1,196 @@
+#include "MrvParser/Language/MrvStreamEvaluation.h"
+
+#include "MrvLogger/MrvChecks.h"
+#include "MrvParser/Language/MrvEvaluation.h"
+#include "MrvParser/Language/MrvOMScope.h"
+#include "MrvParser/Language/MrvParser.h"
+#include "MrvParser/Stream/MrvIOStreamPrompted.h"
+#include "MrvPlatform/MrvConsole.h"
+
+namespace Mrv
+{
+namespace
+{
+bool isBlank(int32_t character)
+{
+	return character == ' ' || character == '\t' || character == '\n' || character == '\r';
+}
+
+// A person may be waiting for what the parser waits for; taken back whatever way the parse ends.
+class InteractionLevel
+{
+public:
+	InteractionLevel() = default;
+	explicit InteractionLevel(Task &task) : fTask(&task) { task.pushInteractionLevel(AsyncIOType::ASYNC); }
+	InteractionLevel(InteractionLevel &&other) noexcept : fTask(std::exchange(other.fTask, nullptr)) {}
+	InteractionLevel &operator=(InteractionLevel &&other) noexcept
+	{
+		std::swap(fTask, other.fTask);
+		return *this;
+	}
+	~InteractionLevel()
+	{
+		if (fTask)
+		{
+			fTask->popInteractionLevel();
+		}
+	}
+
+private:
+	Task *fTask = nullptr;
+};
+}
+
+void reportErrorNote(Task &task)
+{
+	Platform::console().write(
+		Platform::StandardStream::ERROR_OUTPUT, (task.fErrorNote.empty() ? "the script ended in an Error" : task.fErrorNote) + "\n");
+	task.fErrorNote.clear();
+}
+
+void parseAndEvalStream_yielding(Task &task, bool &success, const std::shared_ptr<OMScope> &scope)
+{
+	struct LocalVariableState : OMFunctionState
+	{
+		std::unique_ptr<ParseContext> context;
+		InteractionLevel interactionLevel;
+		Value program;
+		Value value;
+		bool isPending = false; // a value waits to be printed
+		bool isParsed = false;
+		bool isWritten = false;
+		uint64_t position = 0;
+		std::string text;
+		int32_t character = 0;
+	};
+	enum At : int32_t
+	{
+		START = 0,
+		NEXT_CHARACTER = 1,
+		PRINT = 2,
+		STATEMENT_BEGINS = 3,
+		STATEMENT = 4,
+		RUN = 5,
+		CHARACTER_KNOWN = 1000001,
+		PRINTED = 1000002,
+		PARSED = 1000004,
+		VALUE_KNOWN = 1000005,
+		DONE = -1
+	};
+
+	SANITY_CHECK(scope, return);
+	const auto ioStream = std::dynamic_pointer_cast<IOStreamPrompted>(task.getInputStream());
+	SANITY_CHECK(ioStream, return);
+	const bool hasOutput = ioStream->getNestedOutputStream() != nullptr;
+	YieldingFrame<LocalVariableState> frame(task, success);
+	while (frame.running())
+	{
+		switch (frame.at<At>())
+		{
+			case START:
+				frame->context = std::make_unique<ParseContext>("standard input", ParseContext::FirstLine::MAY_BE_DIRECTIVE);
+				frame.call(NEXT_CHARACTER, [&] { Parser::passFirstLine_yielding(task, *ioStream, *frame->context); });
+				break;
+			case NEXT_CHARACTER:
+				frame.call(CHARACTER_KNOWN, [&] { ioStream->getChar_yielding(task, frame->character); });
+				break;
+			case CHARACTER_KNOWN:
+				if (frame->character == ';')
+				{
+					frame->isPending = false;
+					ioStream->advance();
+					frame.goTo(NEXT_CHARACTER);
+				}
+				else if (frame->isPending)
+				{
+					frame.goTo(PRINT);
+				}
+				else if (frame->character < 0)
+				{
+					success = true;
+					frame.finish();
+				}
+				else if (isBlank(frame->character))
+				{
+					ioStream->advance();
+					frame.goTo(NEXT_CHARACTER);
+				}
+				else
+				{
+					frame.goTo(STATEMENT_BEGINS);
+				}
+				break;
+			case PRINT:
+				frame->isPending = false;
+				if (!hasOutput)
+				{
+					frame.goTo(NEXT_CHARACTER);
+					break;
+				}
+				frame->text = getAsString(frame->value) + "\n";
+				frame.goTo(PRINTED);
+				[[fallthrough]];
+			case PRINTED:
+				frame.call(NEXT_CHARACTER, [&] { ioStream->write_yielding(task, frame->isWritten, frame->text); });
+				break;
+			case STATEMENT_BEGINS:
+				frame->position = ioStream->getPos();
+				frame->context->clearError();
+				frame->interactionLevel = InteractionLevel(task);
+				frame.goTo(STATEMENT);
+				[[fallthrough]];
+			case STATEMENT:
+				frame.call(PARSED,
+					[&]
+					{
+						Parser::parseExpression_yielding(
+							task, frame->isParsed, frame->program, *ioStream, 0, ParseType::EXPRESSION, *frame->context);
+					});
+				break;
+			case PARSED:
+				frame->interactionLevel = InteractionLevel();
+				if (!frame->isParsed)
+				{
+					Parser::writeError(*frame->context);
+					if (!hasOutput || (!ioStream->discardBuffered() && ioStream->getPos() == frame->position))
+					{
+						LOG_ERROR("parsing failed");
+						frame.finish();
+						break;
+					}
+					frame.goTo(NEXT_CHARACTER);
+					break;
+				}
+				if (ioStream->getPos() == frame->position)
+				{
+					LOG_ERROR("parsing failed");
+					if (!hasOutput || !ioStream->discardBuffered())
+					{
+						frame.finish();
+						break;
+					}
+					frame.goTo(NEXT_CHARACTER);
+					break;
+				}
+				frame.goTo(frame->context->hasOperand() ? RUN : NEXT_CHARACTER);
+				break;
+			case RUN:
+				frame.call(VALUE_KNOWN,
+					[&] { Evaluation::evaluateProgram_yielding(task, frame->value, frame->program, scope->getEnvironment()); });
+				break;
+			case VALUE_KNOWN:
+				// `return` at the prompt is worth its value and ends nothing.
+				frame->value.dropControl();
+				frame->isPending = true;
+				if (frame->value.isError())
+				{
+					reportErrorNote(task);
+				}
+				frame.goTo(NEXT_CHARACTER);
+				break;
+			case DONE:
+				break;
+		}
+	}
+}
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "MrvTask/MrvTask.h"
+
+namespace Mrv
+{
+class IOStreamPrompted;
+class OMScope;
+
+// The read-eval-print loop over a stream (see parseAndEvalStream_yielding). One without a parent is the session of the process: its
+// `exit` asks the coordinator to end.
+class ParseAndEvalStreamTask final : public Task
+{
+public:
+	static std::shared_ptr<ParseAndEvalStreamTask> factory(
+		const std::shared_ptr<OMScope> &scope, const std::shared_ptr<IOStreamPrompted> &stream);
+
+	ParseAndEvalStreamTask(std::shared_ptr<OMScope> scope, const std::shared_ptr<IOStreamPrompted> &stream);
+	void exit() override;
+
+protected:
+	void timeslice() override;
+
+private:
+	std::shared_ptr<OMScope> fScope;
+};
+}

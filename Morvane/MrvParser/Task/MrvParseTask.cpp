@@ -1,0 +1,63 @@
+#include "MrvParser/Task/MrvParseTask.h"
+
+#include "MrvLogger/MrvChecks.h"
+#include "MrvParser/Language/MrvParser.h"
+#include "MrvParser/Stream/MrvInputStreamString.h"
+#include "MrvTask/MrvYieldingFrame.h"
+
+namespace Mrv
+{
+ParseTask::ParseTask(std::shared_ptr<OMStored> target, std::string text)
+	: Task(NO_TIMEOUT), fTarget(std::move(target)), fStream(std::make_shared<InputStreamString>(std::move(text))), fContext("text")
+{
+}
+
+std::shared_ptr<ParseTask> ParseTask::factory(const std::shared_ptr<OMStored> &target, std::string text)
+{
+	SANITY_CHECK(target, return nullptr);
+	auto task = std::make_shared<ParseTask>(target, std::move(text));
+	registerTask(task);
+	return task;
+}
+
+bool ParseTask::call(const std::shared_ptr<OMStored> &target, std::string text)
+{
+	const auto parse = factory(target, std::move(text));
+	SANITY_CHECK_AS(parse, "task", return false);
+	SANITY_CHECK(parse->runToCompletion(), return false);
+	return parse->isSuccess();
+}
+
+void ParseTask::timeslice()
+{
+	struct LocalVariableState : OMFunctionState
+	{
+		bool isParsed = false;
+		Value program;
+	};
+	enum At : int32_t
+	{
+		START = 0,
+		PARSED = 1000000,
+		DONE = -1
+	};
+
+	YieldingFrame<LocalVariableState> frame(*this, fSuccess);
+	while (frame.running())
+	{
+		switch (frame.at<At>())
+		{
+			case START:
+				frame.call(PARSED,
+					[&] { Parser::parseExpressionList_yielding(*this, frame->isParsed, frame->program, *fStream, fContext); });
+				break;
+			case PARSED:
+				fSuccess = fTarget->setValue(frame->isParsed ? std::move(frame->program) : Value()) && frame->isParsed;
+				frame.finish();
+				break;
+			case DONE:
+				break;
+		}
+	}
+}
+}
