@@ -2,6 +2,7 @@
 #include "MrvParser/Builtin/MrvBuiltinFunctions.h"
 
 #include "MrvParser/Node/MrvConversions.h"
+#include "MrvParser/Node/MrvNodeWalk.h"
 #include "MrvTask/MrvTask.h"
 #include "MrvUtils/MrvUtils.h"
 
@@ -38,6 +39,20 @@ Value mapLetters(const BuiltinCall &call, char first, char last, int distance)
 		call.task.readClockSoon();
 	}
 	return Value::string(std::move(mapped));
+}
+
+// Between quotes. Escapes make a text up to four times as long: one that grows too long is given up on the way.
+Value enquoteInPieces(const BuiltinCall &call, std::string_view text, char quote)
+{
+	std::string quoted(1, quote);
+	while (!text.empty() && quoted.size() <= NodeWalk::MAX_TEXT)
+	{
+		const std::string_view piece = text.substr(0, LONG_TEXT);
+		quoted += Utils::encodeString(piece, quote);
+		text.remove_prefix(piece.size());
+	}
+	quoted += quote;
+	return makeString(call, std::move(quoted));
 }
 }
 
@@ -133,6 +148,6 @@ Value ftn_enquote(const BuiltinCall &call)
 		quote = quoteText.view().empty() ? quote : quoteText.view().front();
 	}
 	call.task.readClockSoon();
-	return makeString(call, Utils::enquote(text.view(), quote));
+	return enquoteInPieces(call, text.view(), quote);
 }
 }
