@@ -22,10 +22,7 @@ size_t FunctionSignature::addSlot(const Name &name)
 	const size_t slot = fSlotNames.size();
 	fSlotNames.push_back(name);
 	fIsLocalVariable.push_back(false);
-	if (slot >= FIRST_PARAMETER_SLOT)
-	{
-		fBloom |= uint64_t{1} << (name.hash >> 58);
-	}
+	fBloom |= uint64_t{1} << (name.hash >> 58);
 	fSlotsByName.set(name, Value::integer(static_cast<OMInt>(slot)));
 	return slot;
 }
