@@ -40,7 +40,7 @@ public:
 	size_t findSlot(const Name &name) const;
 	const Name &getSlotName(size_t slot) const { return fSlotNames[slot]; }
 	size_t getParameterCount() const { return fParameterList.empty() ? 0 : fParameterList.size() - 1; }
-	// A Bloom word of the names of all slots but `this` and `arguments`.
+	// A Bloom word of the names of all slots.
 	uint64_t getBloom() const { return fBloom; }
 	bool isLocalVariableSlot(size_t slot) const { return fIsLocalVariable[slot]; }
 
