@@ -6,6 +6,7 @@
 #include "MrvParser/Node/MrvConversions.h"
 #include "MrvParser/Node/MrvMapContainer.h"
 #include "MrvParser/Stream/MrvIOStreamPrompted.h"
+#include "MrvParser/Stream/MrvInputStreamConsole.h"
 #include "MrvParser/Stream/MrvInputStreamString.h"
 #include "MrvParser/Stream/MrvOutputStreamString.h"
 #include "support/MemoryConsole.h"
@@ -522,6 +523,56 @@ TEST_F(ParserTest, StatementsOneByOne)
 	    });
 	EXPECT_EQ(statements, (std::vector<std::string>{"a = 1", "if (c) {x} else {undefined}", "b = 2"}));
 	EXPECT_EQ(output->getText(), "> > . . . . ");
+}
+
+TEST_F(ParserTest, ConsoleIsNotAskedForMoreThanNeeded)
+{
+	// A statement that is complete at the line's end, and the prompts shown until it has been parsed.
+	const std::initializer_list<Row> rows{
+	    {"a = 1\r", "> "},
+	    {"if (c) x\r", "> "},
+	    {"if (c) x;\r", "> "},
+	    {"while (c) f();\r", "> "},
+	    {"do x while (c)\r", "> "},
+	    {"function f() {\r5 }\r", "> . "},
+	    {"a =\r2\r", "> . "},
+	    {"{ if (c) x\relse y }\r", "> . "},
+	};
+	for (const Row &row : rows)
+	{
+		SCOPED_TRACE(row.text);
+		MemoryConsole console;
+		console.isATerminal = true;
+		console.inputEnds = false;
+		console.input = row.text;
+		const auto output = std::make_shared<OutputStreamString>();
+		IOStreamPrompted stream(std::make_shared<InputStreamConsole>(), output);
+		ParseContext context;
+		bool success = false;
+		Value value;
+		const auto task = FunctionTask::factory(
+		    [&](Task &running) { Parser::parseExpression_yielding(running, success, value, stream, 0, ParseType::EXPRESSION, context); });
+		for (int slice = 0; slice < 10 && !task->isTaskCompleted(); ++slice)
+		{
+			task->runTimeslice(1000);
+		}
+		EXPECT_TRUE(task->isTaskCompleted());
+		EXPECT_TRUE(success);
+		std::string prompts;
+		for (const char *prompt : {"> ", ". "})
+		{
+			for (size_t at = output->getText().find(prompt); at != std::string::npos; at = output->getText().find(prompt, at + 1))
+			{
+				prompts += prompt;
+			}
+		}
+		EXPECT_EQ(prompts, row.expected);
+		if (!task->isTaskCompleted())
+		{
+			task->exit();
+			task->runTimeslice(0);
+		}
+	}
 }
 
 TEST_F(ParserTest, DroppedTaskTakesItsNestLevelBack)
