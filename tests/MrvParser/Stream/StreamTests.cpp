@@ -54,7 +54,7 @@ class StreamTest : public testing::Test
 protected:
 	std::string makeFile(const std::string &text)
 	{
-		const std::string path = (std::filesystem::temp_directory_path() / "stream.txt").string();
+		std::string path = (std::filesystem::temp_directory_path() / "stream.txt").string();
 		std::FILE *file = Platform::openFile(path, Platform::OpenMode::WRITE);
 		EXPECT_TRUE(file);
 		EXPECT_EQ(std::fwrite(text.data(), 1, text.size(), file), text.size());
