@@ -184,6 +184,10 @@ void ParserMachine::onNumber(int32_t character)
 		}
 		character = fStream->getChar();
 	}
+	if (character == '/' && !fIsSlashKnown)
+	{
+		return; // perhaps a comment, which is passed first
+	}
 	bool isNumber = false;
 	Value number = fNumber.finish(isNumber);
 	if (!isNumber)

@@ -146,7 +146,7 @@ Token findToken(std::string_view word)
 	{
 		return Token::NONE;
 	}
-	const auto initial = static_cast<size_t>(word[0]);
+	const size_t initial = static_cast<unsigned char>(word[0]);
 	const auto *const end = WORDS.data() + FIRST_BY_INITIAL[initial + 1];
 	const auto *const found = std::lower_bound(WORDS.data() + FIRST_BY_INITIAL[initial], end, word, isBefore);
 	return found != end && found->text == word ? found->token : Token::NONE;
