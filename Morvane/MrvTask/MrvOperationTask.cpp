@@ -5,7 +5,7 @@
 namespace Mrv
 {
 std::shared_ptr<OperationTask> OperationTask::factory(
-	Operation operation, int64_t timeoutMicroseconds, std::shared_ptr<ITaskStream> inputStream)
+    Operation operation, int64_t timeoutMicroseconds, std::shared_ptr<ITaskStream> inputStream)
 {
 	auto task = std::make_shared<OperationTask>(std::move(operation), timeoutMicroseconds, std::move(inputStream));
 	registerTask(task);

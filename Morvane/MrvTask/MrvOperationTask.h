@@ -16,11 +16,12 @@ public:
 	using Operation = std::function<void(Task &task, bool &success)>;
 
 	// Makes the task and registers it.
-	static std::shared_ptr<OperationTask> factory(Operation operation, int64_t timeoutMicroseconds = NO_TIMEOUT,
-		std::shared_ptr<ITaskStream> inputStream = nullptr);
+	static std::shared_ptr<OperationTask> factory(
+	    Operation operation, int64_t timeoutMicroseconds = NO_TIMEOUT, std::shared_ptr<ITaskStream> inputStream = nullptr);
 
 	OperationTask(Operation operation, int64_t timeoutMicroseconds, std::shared_ptr<ITaskStream> inputStream)
-		: Task(timeoutMicroseconds, std::move(inputStream)), fOperation(std::move(operation))
+	    : Task(timeoutMicroseconds, std::move(inputStream)),
+	      fOperation(std::move(operation))
 	{
 	}
 

@@ -1,8 +1,8 @@
 // The task itself: its place in the tree, its streams, its frames. The scheduler is in MrvTaskScheduler.cpp.
 //
 // Frames. `fFunctionStateDepth` counts the resumable functions that are entered at this moment; `fFunctionStates` holds the frames of
-// those that were suspended, outermost first. While a suspended chain unwinds, each function saves at its own index, the innermost first, so
-// that empty slots wait for their callers; when the slice ends, none is empty. A function that finishes truncates the vector to its own
+// those that were suspended, outermost first. While a suspended chain unwinds, each function saves at its own index, the innermost first,
+// so that empty slots wait for their callers; when the slice ends, none is empty. A function that finishes truncates the vector to its own
 // index: "the callee is suspended" is therefore size > depth, and nothing else.
 #include "MrvTask/MrvTask.h"
 
@@ -28,7 +28,9 @@ constexpr int32_t STEPS_BETWEEN_CLOCK_READINGS = 64;
 }
 
 Task::Task(int64_t timeoutMicroseconds, std::shared_ptr<ITaskStream> inputStream)
-	: fTimeoutMicroseconds(timeoutMicroseconds), fInputStream(std::move(inputStream)), fTaskId(++sLastTaskId)
+    : fTimeoutMicroseconds(timeoutMicroseconds),
+      fInputStream(std::move(inputStream)),
+      fTaskId(++sLastTaskId)
 {
 }
 
@@ -167,16 +169,16 @@ void Task::dropFrames() noexcept
 
 void Task::registerChildTask(const std::shared_ptr<Task> &childTask)
 {
-	SANITY_CHECK(childTask, return);
+	SANITY_CHECK(childTask, return );
 	fChildTasks[childTask->getTaskId()] = childTask;
 	childTask->setParentTask(shared_from_this());
 }
 
 void Task::handleChildCompletion(const std::shared_ptr<Task> &childTask)
 {
-	SANITY_CHECK(childTask, return);
+	SANITY_CHECK(childTask, return );
 	const auto iter = fChildTasks.find(childTask->getTaskId());
-	SANITY_CHECK(iter != fChildTasks.end(), return);
+	SANITY_CHECK(iter != fChildTasks.end(), return );
 	fChildTasks.erase(iter);
 	childTask->setParentTask(nullptr);
 }

@@ -28,8 +28,7 @@ int64_t timePointAfter(int64_t now, int64_t microseconds)
 {
 	int64_t duration = 0;
 	int64_t timePoint = 0;
-	if (__builtin_mul_overflow(microseconds, NANOSECONDS_PER_MICROSECOND, &duration) ||
-		__builtin_add_overflow(now, duration, &timePoint))
+	if (__builtin_mul_overflow(microseconds, NANOSECONDS_PER_MICROSECOND, &duration) || __builtin_add_overflow(now, duration, &timePoint))
 	{
 		return Task::kNoTimePoint;
 	}
@@ -69,16 +68,16 @@ bool Task::startTask(const std::shared_ptr<Task> &task)
 
 void Task::registerTask(const std::shared_ptr<Task> &task)
 {
-	SANITY_CHECK(task, return);
+	SANITY_CHECK(task, return );
 	const bool isNew = TaskTables::get().tasksById.emplace(task->getTaskId(), task).second;
-	SANITY_CHECK_AS(isNew, "iter == fTasksById.end()", return);
+	SANITY_CHECK_AS(isNew, "iter == fTasksById.end()", return );
 }
 
 void Task::deregisterTask(uint64_t taskId)
 {
 	auto &tasksById = TaskTables::get().tasksById;
 	const auto iter = tasksById.find(taskId);
-	SANITY_CHECK_AS(iter != tasksById.end(), "iter != fTasksById.end()", return);
+	SANITY_CHECK_AS(iter != tasksById.end(), "iter != fTasksById.end()", return );
 	const std::shared_ptr<Task> last = iter->second;
 	tasksById.erase(iter);
 }
@@ -200,8 +199,9 @@ int64_t Task::getRemainingMicroseconds() const
 bool Task::runTimeslice(int64_t timesliceMicroseconds)
 {
 	SANITY_CHECK_AS(!fIsTaskCompleted, "! fIsTaskCompleted", return false);
-	SANITY_CHECK_AS(IInternalCoordinator::current(),
-		"internalCoordinator = std::dynamic_pointer_cast<Mrv::InternalCoordinator>(Mrv::InternalCoordinator::factory());", return false);
+	const IInternalCoordinator *coordinator = nullptr;
+	ASSIGN_AS(coordinator, IInternalCoordinator::current(),
+	    "internalCoordinator = std::dynamic_pointer_cast<Mrv::InternalCoordinator>(Mrv::InternalCoordinator::factory());", return false);
 	NestingGuard::watchThisThread();
 	if (!NestingGuard::hasStack(fStackBytesUsed + STACK_MARGIN) && fStackBytesUsed > 0)
 	{

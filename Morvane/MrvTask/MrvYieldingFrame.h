@@ -37,14 +37,14 @@ template <class State>
 class YieldingFrame
 {
 	static_assert(std::is_base_of_v<OMFunctionState, State>);
-	static_assert(std::is_nothrow_move_constructible_v<State> && std::is_nothrow_move_assignable_v<State>,
-		"saving a frame cannot fail");
+	static_assert(std::is_nothrow_move_constructible_v<State> && std::is_nothrow_move_assignable_v<State>, "saving a frame cannot fail");
 	static_assert(sizeof(State) <= 1024, "a frame is small: what is large belongs on the heap");
 
 public:
 	// On a first entry the results are cleared.
 	template <class... Results>
-	explicit YieldingFrame(Task &task, Results &...results) : fTask(task), fDepth(task.fFunctionStateDepth++)
+	explicit YieldingFrame(Task &task, Results &...results) : fTask(task),
+	                                                          fDepth(task.fFunctionStateDepth++)
 	{
 		fRoom = task.fArena.take(sizeof(State), fMark);
 		if (fDepth < task.fFunctionStates.size())
@@ -128,10 +128,7 @@ public:
 	void finish() { goTo(OMFunctionState::DONE); }
 
 	// Leaves the function unfinished, to be entered again at the present point in a later slice.
-	void giveWay()
-	{
-		fTask.requestYield();
-	}
+	void giveWay() { fTask.requestYield(); }
 
 	// True while the function has not been suspended before.
 	bool isFirstEntry() const { return fIsFirstEntry; }
