@@ -164,6 +164,8 @@ void ProcessRun::runSession(bool isPrompted)
 		InternalCoordinator::setInputKind(
 		    isTerminal ? InternalCoordinator::InputKind::CONSOLE : InternalCoordinator::InputKind::STANDARD_INPUT);
 		stream = InternalCoordinator::inputStreamFactory();
+		stream->setPrompt(std::nullopt);
+		stream->setContinuationPrompt(std::nullopt);
 	}
 	else
 	{

@@ -458,6 +458,12 @@ std::shared_ptr<IOStreamPrompted> InternalCoordinator::inputStreamFactory()
 				break;
 		}
 		fInputStream = std::make_shared<IOStreamPrompted>(nested, std::make_shared<OutputStreamStdOut>());
+		if (fInputKind != InputKind::CONSOLE)
+		{
+			// A script that reads its input shows no prompt; a session that wants one says so.
+			fInputStream->setPrompt("");
+			fInputStream->setContinuationPrompt("");
+		}
 	}
 	return fInputStream;
 }

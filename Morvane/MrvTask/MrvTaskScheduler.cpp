@@ -293,7 +293,7 @@ void Task::runRounds(int64_t timesliceMicroseconds)
 		{
 			fIsTaskCompleted = true;
 		}
-		fMustYield = fIsTaskCompleted || idle || (fMustYield && !isToCompletion) || (sAlwaysYield && !isToCompletion);
+		fMustYield = fIsTaskCompleted || idle || (fMustYield && !isToCompletion);
 		fStepsToClock = 0;
 	} while (!fMustYield);
 	if (fIsTerminationRequested)
