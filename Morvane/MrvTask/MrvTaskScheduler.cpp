@@ -20,6 +20,8 @@ namespace Mrv
 namespace
 {
 constexpr int64_t NANOSECONDS_PER_MICROSECOND = 1000;
+// Where every step suspends, a slice is this many entries: enough not to be slow, few enough for tasks to take turns.
+constexpr int ALWAYS_YIELD_ROUNDS = 64;
 // Native stack that must be left, beyond what the suspended chain used last time, before it is entered again.
 constexpr uintptr_t STACK_MARGIN = 16 * 1024;
 
@@ -259,6 +261,7 @@ void Task::runOwnWork()
 void Task::runRounds(int64_t timesliceMicroseconds)
 {
 	const bool isToCompletion = timesliceMicroseconds == RUN_TO_COMPLETION;
+	int roundsLeft = ALWAYS_YIELD_ROUNDS;
 	do
 	{
 		if (fIsStarted && fFunctionStates.empty())
@@ -293,7 +296,9 @@ void Task::runRounds(int64_t timesliceMicroseconds)
 		{
 			fIsTaskCompleted = true;
 		}
-		fMustYield = fIsTaskCompleted || idle || (fMustYield && !isToCompletion);
+		const bool isRoundLimitReached = sAlwaysYield && --roundsLeft == 0;
+		fWasCutOff = fWasCutOff || isRoundLimitReached;
+		fMustYield = fIsTaskCompleted || idle || ((fMustYield || isRoundLimitReached) && !isToCompletion);
 		fStepsToClock = 0;
 	} while (!fMustYield);
 	if (fIsTerminationRequested)
