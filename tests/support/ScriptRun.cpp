@@ -66,6 +66,7 @@ public:
 	~Coordinator()
 	{
 		InternalCoordinator::release();
+		Object::createMaps(); // other tests have objects without a coordinator
 		Task::setAlwaysYield(false);
 	}
 	bool isReady() const { return fIsReady; }

@@ -35,6 +35,8 @@ public:
 	bool isDirect() const { return fIsDirect; }
 	// Direct and without any effect.
 	bool isPure() const { return fIsPure; }
+	// A plain name but `this` and `arguments`, which may come into being by being read: looking at its variable changes nothing.
+	bool isPlainVariable() const { return fIsPlainVariable; }
 	// Levels of expressions below and including this one.
 	uint32_t getHeight() const { return fHeight; }
 
@@ -73,6 +75,7 @@ protected:
 
 	bool fIsDirect = false;
 	bool fIsPure = false;
+	bool fIsPlainVariable = false;
 	uint32_t fHeight = 1;
 	uint32_t fSourceOffset = 0;
 	Ref<SourceText> fSource;

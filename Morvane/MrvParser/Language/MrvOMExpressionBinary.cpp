@@ -1,6 +1,7 @@
 #include "MrvParser/Language/MrvOMExpressionBinary.h"
 
 #include "MrvObject/MrvHash.h"
+#include "MrvParser/Language/MrvDirectOperand.h"
 #include "MrvParser/Language/MrvEvaluation.h"
 #include "MrvParser/Language/MrvExpressionText.h"
 #include "MrvParser/Language/MrvOMExpressionLValue.h"
@@ -57,15 +58,17 @@ bool OMExpressionBinary::evaluateDirect(Value &result, Environment &environment)
 	{
 		return assignDirect(result, environment);
 	}
-	Value left;
-	Value right;
-	if (!Evaluation::evaluateOperandDirect(left, fNode1, environment) || !Evaluation::evaluateOperandDirect(right, fNode2, environment))
+	DirectOperand left;
+	DirectOperand right;
+	if (!DirectOperand::readBoth(left, fNode1, right, fNode2, environment))
 	{
 		return false;
 	}
-	if (!binaryOperationOfInts(fBinOp, left, right, result))
+	if (!binaryOperationOfInts(fBinOp, *left, *right, result))
 	{
-		result = apply(left, right);
+		Value leftValue = left.take();
+		Value rightValue = right.take();
+		result = apply(leftValue, rightValue);
 	}
 	return true;
 }
@@ -220,6 +223,12 @@ void OMExpressionBinary::evaluateAssignment_yielding(Task &task, Value &result, 
 			case VALUE_KNOWN:
 				frame->value.dropControl();
 				frame->value.settle();
+				if (target->canAssignDirect() && !Task::isAlwaysYield() && !task.isSuspended() &&
+				    target->assignDirect(result, Value(frame->value), environment))
+				{
+					frame.finish();
+					break;
+				}
 				frame.call(STORED, [&] { target->assign_yielding(task, frame->stored, frame->value, environment); });
 				break;
 			case STORED:

@@ -1,6 +1,7 @@
 #include "MrvParser/Language/MrvOMExpressionLValueIndexByExpression.h"
 
 #include "MrvObject/MrvHash.h"
+#include "MrvParser/Language/MrvDirectOperand.h"
 #include "MrvParser/Language/MrvExpressionText.h"
 
 namespace Mrv
@@ -38,20 +39,19 @@ bool OMExpressionLValueIndexByExpression::toKey(Value &index) const
 
 bool OMExpressionLValueIndexByExpression::evaluateDirect(Value &result, Environment &environment) const
 {
-	Value container;
-	Value index;
-	if (!Evaluation::evaluateOperandDirect(container, fParent, environment) ||
-	    !Evaluation::evaluateOperandDirect(index, fIndexExpression, environment))
+	DirectOperand container;
+	DirectOperand index;
+	if (!DirectOperand::readBoth(container, fParent, index, fIndexExpression, environment))
 	{
 		return false;
 	}
-	if (container.isString())
+	if (container->isString())
 	{
-		result = Evaluation::characterAt(container, index);
+		result = Evaluation::characterAt(*container, *index);
 		return true;
 	}
 	bool isOpaque = false;
-	const Value *place = Evaluation::findIndexed(container, index, isOpaque);
+	const Value *place = Evaluation::findIndexed(*container, *index, isOpaque);
 	if (isOpaque || (place && place->inPlace().isExpression()))
 	{
 		return false;
@@ -139,15 +139,20 @@ bool OMExpressionLValueIndexByExpression::locateDirect(Place &place, Environment
 
 bool OMExpressionLValueIndexByExpression::assignDirect(Value &result, Value &&value, Environment &environment) const
 {
-	Value container;
-	Value index;
-	if (!Evaluation::evaluateOperandDirect(container, fParent, environment) || !(container.isMap() || container.isArray()) ||
-	    !Evaluation::evaluateOperandDirect(index, fIndexExpression, environment) || !toKey(index))
+	DirectOperand container;
+	DirectOperand index;
+	if (!DirectOperand::readBoth(container, fParent, index, fIndexExpression, environment) || !(container->isMap() || container->isArray()))
 	{
 		return false;
 	}
+	Value key = *index;
+	if (!toKey(key))
+	{
+		return false;
+	}
+	const Value target = *container; // storing may move the variable that it lies in
 	result = value;
-	if (!Evaluation::storeChild(container, index, std::move(value)))
+	if (!Evaluation::storeChild(target, key, std::move(value)))
 	{
 		result = Evaluation::fail(*this, getAccessComplaint());
 	}

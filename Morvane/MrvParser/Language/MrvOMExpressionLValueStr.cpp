@@ -13,6 +13,7 @@ OMExpressionLValueStr::OMExpressionLValueStr(Value parent, const std::string &id
       fIsCall(false)
 {
 	finishConstruction(true, true);
+	fIsPlainVariable = !hasParent() && identifier != "this" && identifier != "arguments";
 }
 
 OMExpressionLValueStr::OMExpressionLValueStr(const OMExpressionLValueStr &name, std::vector<Value> &&arguments)
@@ -320,6 +321,13 @@ bool OMExpressionLValueStr::assignDirect(Value &result, Value &&value, Environme
 			return false;
 		}
 		result = write(place, value, environment) ? std::move(value) : Value::error();
+		return true;
+	}
+	if (Value *place = environment.findSlot(fLayoutId, fSlot); place && !place->isCell()) [[likely]]
+	{
+		value.settleForStore();
+		result = value;
+		*place = std::move(value);
 		return true;
 	}
 	const Environment::Variable variable = findVariable(environment);

@@ -16,6 +16,21 @@ public:
 	bool evaluateDirect(Value &result, Environment &environment) const override;
 	bool assignDirect(Value &result, Value &&value, Environment &environment) const override;
 	Value *findPlainPlace(Environment &environment) const override;
+	// The value of a plain variable where it lies; null when there is none, or when somebody has to be asked or code has to run.
+	// Good until the next change of any variable.
+	const Value *peek(Environment &environment) const
+	{
+		const Value *place = environment.findSlot(fLayoutId, fSlot);
+		if (!place) [[unlikely]]
+		{
+			place = environment.find(fName, fGuess).place;
+		}
+		if (!place || place->isCell() || place->isExpression()) [[unlikely]]
+		{
+			return nullptr;
+		}
+		return place;
+	}
 	bool appendText(std::string &text, NodeWalk &walk) const override;
 	uint64_t computeHash(NodeWalk &walk) const override;
 	int compare(const IExpression &other, NodeWalk &walk) const override;

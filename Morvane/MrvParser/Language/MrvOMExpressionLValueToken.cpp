@@ -2,6 +2,7 @@
 
 #include "MrvLogger/MrvLogger.h"
 #include "MrvObject/MrvHash.h"
+#include "MrvParser/Language/MrvDirectOperand.h"
 #include "MrvParser/Language/MrvExpressionText.h"
 #include "MrvTask/MrvTaskTables.h"
 
@@ -65,11 +66,12 @@ bool OMExpressionLValueToken::evaluateDirect(Value &result, Environment &environ
 	ValueList arguments;
 	for (size_t index = 0; index < operandCount(); ++index)
 	{
-		Value value;
-		if (!Evaluation::evaluateOperandDirect(value, operandAt(index), environment) || value.isNode())
+		DirectOperand operand;
+		if (!operand.read(operandAt(index), environment) || operand->isNode())
 		{
 			return false;
 		}
+		Value value = operand.take();
 		value.dropControl();
 		value.settle();
 		arguments.push_back(std::move(value));

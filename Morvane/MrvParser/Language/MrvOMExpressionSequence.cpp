@@ -1,6 +1,7 @@
 #include "MrvParser/Language/MrvOMExpressionSequence.h"
 
 #include "MrvObject/MrvHash.h"
+#include "MrvParser/Language/MrvDirectOperand.h"
 #include "MrvParser/Language/MrvEvaluation.h"
 #include "MrvParser/Language/MrvExpressionText.h"
 #include "MrvParser/Node/MrvOperations.h"
@@ -67,21 +68,22 @@ Value OMExpressionSequence::add(Value sum, Value term, size_t index) const
 
 bool OMExpressionSequence::evaluateDirect(Value &result, Environment &environment) const
 {
-	Value sum;
-	if (!Evaluation::evaluateOperandDirect(sum, fNodeSequence[0], environment))
+	DirectOperand first;
+	if (!first.read(fNodeSequence[0], environment))
 	{
 		return false;
 	}
+	Value sum = first.take();
 	for (size_t index = 1; index < fNodeSequence.size(); ++index)
 	{
-		Value term;
-		if (!Evaluation::evaluateOperandDirect(term, fNodeSequence[index], environment))
+		DirectOperand term;
+		if (!term.read(fNodeSequence[index], environment))
 		{
 			return false;
 		}
-		if (!binaryOperationOfInts(BinOp::ADD, sum, term, sum))
+		if (!binaryOperationOfInts(BinOp::ADD, sum, *term, sum))
 		{
-			sum = add(std::move(sum), std::move(term), index);
+			sum = add(std::move(sum), term.take(), index);
 		}
 	}
 	result = std::move(sum);
@@ -97,6 +99,33 @@ void OMExpressionSequence::evaluate_yielding(Task &task, Value &result, Environm
 	else
 	{
 		evaluateStatements_yielding(task, result, environment);
+	}
+}
+
+// Runs statements from `index` on as long as they need no frame. True: it came to an end, or the task must give way; false: the
+// statement at `index` needs a frame.
+bool OMExpressionSequence::evaluateDirectRun(Task &task, Value &value, size_t &index, Environment &environment) const
+{
+	for (;;)
+	{
+		const Value &element = fNodeSequence[index];
+		if (element.isExpression())
+		{
+			const auto *expression = static_cast<const OMExpression *>(element.expression());
+			if (!expression->isDirect() || !expression->evaluateDirect(value, environment))
+			{
+				return false;
+			}
+		}
+		else if (!Evaluation::evaluateOperandDirect(value, element, environment))
+		{
+			return false;
+		}
+		++index;
+		if (isAtEnd(index, value) || task.mustYield())
+		{
+			return true;
+		}
 	}
 }
 
@@ -120,12 +149,22 @@ void OMExpressionSequence::evaluateStatements_yielding(Task &task, Value &result
 		switch (frame.at<At>())
 		{
 			case ELEMENT:
+				if (!task.isSuspended() && !Task::isAlwaysYield() && evaluateDirectRun(task, frame->value, frame->index, environment))
+				{
+					if (isAtEnd(frame->index, frame->value))
+					{
+						result = std::move(frame->value);
+						result.settle();
+						frame.finish();
+					}
+					break; // else it is time to give way
+				}
 				frame.call(
 				    ELEMENT_KNOWN, [&] { Evaluation::evaluateOperand(task, frame->value, fNodeSequence[frame->index], environment); });
 				break;
 			case ELEMENT_KNOWN:
 				++frame->index;
-				if (frame->index == fNodeSequence.size() || frame->value.isLeaving())
+				if (isAtEnd(frame->index, frame->value))
 				{
 					result = std::move(frame->value);
 					result.settle();

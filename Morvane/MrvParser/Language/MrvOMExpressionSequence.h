@@ -30,6 +30,8 @@ public:
 
 private:
 	void noteElement(const Value &element);
+	bool isAtEnd(size_t index, const Value &value) const { return index == fNodeSequence.size() || value.isLeaving(); }
+	bool evaluateDirectRun(Task &task, Value &value, size_t &index, Environment &environment) const;
 	void evaluateStatements_yielding(Task &task, Value &result, Environment &environment) const;
 	void evaluateSum_yielding(Task &task, Value &result, Environment &environment) const;
 	Value add(Value sum, Value term, size_t index) const;

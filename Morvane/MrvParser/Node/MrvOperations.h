@@ -78,24 +78,24 @@ inline bool binaryOperationOfInts(BinOp binOp, const Value &left, const Value &r
 			number = a | b;
 			break;
 		case BinOp::LT:
-			result = Value::boolean(a < b);
+			result.setBoolean(a < b);
 			return true;
 		case BinOp::LE:
-			result = Value::boolean(a <= b);
+			result.setBoolean(a <= b);
 			return true;
 		case BinOp::GT:
-			result = Value::boolean(a > b);
+			result.setBoolean(a > b);
 			return true;
 		case BinOp::GE:
-			result = Value::boolean(a >= b);
+			result.setBoolean(a >= b);
 			return true;
 		case BinOp::EQ:
 		case BinOp::IDENTICAL:
-			result = Value::boolean(a == b);
+			result.setBoolean(a == b);
 			return true;
 		case BinOp::NE:
 		case BinOp::NOT_IDENTICAL:
-			result = Value::boolean(a != b);
+			result.setBoolean(a != b);
 			return true;
 		case BinOp::INDEX:
 		case BinOp::DIVIDE:
@@ -116,7 +116,7 @@ inline bool binaryOperationOfInts(BinOp binOp, const Value &left, const Value &r
 	{
 		return false;
 	}
-	result = Value::integer(number);
+	result.setInteger(number);
 	return true;
 }
 }

@@ -90,16 +90,26 @@ public:
 	}
 	Value &operator=(const Value &other) noexcept
 	{
-		Value copy(other);
-		swap(copy);
+		if (other.isHeap())
+		{
+			other.object()->retain();
+		}
+		replaceBy(other);
 		return *this;
 	}
 	Value &operator=(Value &&other) noexcept
 	{
-		Value moved(std::move(other));
-		swap(moved);
+		if (this != &other)
+		{
+			const Value::Bits bits = other.bits();
+			other.setBare(Kind::UNDEFINED);
+			replaceBy(bits);
+		}
 		return *this;
 	}
+	// The same as assigning `integer` or `boolean`, for the paths that are walked most.
+	void setInteger(OMInt value) noexcept { setPlain(Kind::INT, static_cast<uint64_t>(value)); }
+	void setBoolean(bool value) noexcept { setPlain(Kind::BOOL, value ? 1 : 0); }
 	void swap(Value &other) noexcept
 	{
 		uint64_t bits[2];
@@ -216,6 +226,39 @@ private:
 	static constexpr uint8_t RETURNED = 0x80;
 	static constexpr uint8_t LENGTH_MASK = 0x0f;
 	static constexpr uint32_t HEAP_KINDS = (1u << 7) | (1u << 8) | (1u << 9) | (1u << 10) | (1u << 12) | (1u << 16) | (1u << 17);
+
+	struct Bits
+	{
+		uint64_t words[2];
+	};
+
+	Bits bits() const noexcept
+	{
+		Bits copy;
+		std::memcpy(&copy, this, sizeof copy);
+		return copy;
+	}
+	// Takes over the bits of another value, references included, and lets go of what was held, last of all: that may run destructors.
+	template <class Source>
+	void replaceBy(const Source &source) noexcept
+	{
+		HeapObject *old = isHeap() ? object() : nullptr;
+		std::memcpy(static_cast<void *>(this), &source, sizeof(Value));
+		if (old) [[unlikely]]
+		{
+			old->release();
+		}
+	}
+	void setPlain(Kind kind, uint64_t payload) noexcept
+	{
+		HeapObject *old = isHeap() ? object() : nullptr;
+		const Bits plain{{static_cast<uint64_t>(kind), payload}}; // both systems are little-endian: the kind is the first byte
+		std::memcpy(static_cast<void *>(this), &plain, sizeof plain);
+		if (old) [[unlikely]]
+		{
+			old->release();
+		}
+	}
 
 	explicit Value(Kind kind) noexcept { setBare(kind); }
 	Value(Kind kind, uint64_t payload) noexcept
