@@ -211,8 +211,9 @@ Value &Environment::create(const Name &name)
 		if ((fBloom & bloomBit(name)) == 0)
 		{
 			fBloom |= bloomBit(name);
+			const bool isTrusted = fEpoch == sNameEpoch;
 			++sNameEpoch; // callees that run now don't know of the name
-			fEpoch = sNameEpoch;
+			fEpoch = isTrusted ? sNameEpoch : fEpoch; // a word that misses names of callers stays untrusted
 		}
 		return fMap->getOrCreate(name);
 	}
