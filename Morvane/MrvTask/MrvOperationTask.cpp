@@ -50,7 +50,7 @@ void driveChildTask_yielding(Task &parent, const std::shared_ptr<Task> &child)
 				}
 				else
 				{
-					parent.requestYield();
+					parent.requestYieldFor(*child);
 				}
 				break;
 			case DONE:

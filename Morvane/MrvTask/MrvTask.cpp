@@ -79,6 +79,12 @@ void Task::requestYield()
 	fStepsToClock = 0;
 }
 
+void Task::requestYieldFor(const Task &child)
+{
+	requestYield();
+	fWasCutOff = fWasCutOff || child.fWasCutOff;
+}
+
 void Task::sleepYield()
 {
 	requestYield();

@@ -92,6 +92,8 @@ public:
 	// The step that has just ended may have been long: the next `mustYield` reads the clock.
 	void readClockSoon() { fStepsToClock = 0; }
 	void requestYield();
+	// The same for a task whose child was cut off by the end of its slice: as this one was too, nobody is to sleep before they go on.
+	void requestYieldFor(const Task &child);
 	// Gives way, and asks that the process sleep if nobody has work.
 	virtual void sleepYield();
 	// The deadline, for work that can't suspend; kNoTimePoint if there is none.

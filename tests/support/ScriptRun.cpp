@@ -104,6 +104,10 @@ ScriptExpectations ScriptExpectations::read(const std::string &script)
 		{
 			expectations.logLines.push_back(*logLine);
 		}
+		else if (const auto anyLogLine = behind(line, "// logs:"))
+		{
+			expectations.repeatedLogLines.push_back(*anyLogLine);
+		}
 		else if (const auto input = behind(line, "// stdin:"))
 		{
 			expectations.input += *input + "\n";
@@ -157,6 +161,13 @@ void runAndCheckScript(const std::string &name, const std::string &script, const
 	for (const std::string &logLine : expected.logLines)
 	{
 		EXPECT_LOG(logLine);
+	}
+	for (const std::string &logLine : expected.repeatedLogLines)
+	{
+		EXPECT_LOG(logLine);
+		while (takeLogLine(logLine))
+		{
+		}
 	}
 	if (testing::Test::HasFailure())
 	{

@@ -10,6 +10,7 @@ namespace Mrv::Test
 //   // expect error        it ends in an Error; otherwise it must not
 //   // expect no parse     it can't be parsed
 //   // log: TEXT           a line at error level that contains TEXT; any other error line fails the test
+//   // logs: TEXT         the same, for any number of lines but none
 //   // stdin: TEXT         a line of its standard input
 //   // depth: N            the variable `depth` that it finds in its scope
 //   // always-yield depth: N    the same where every step suspends
@@ -17,6 +18,7 @@ struct ScriptExpectations
 {
 	std::vector<std::string> output;
 	std::vector<std::string> logLines;
+	std::vector<std::string> repeatedLogLines;
 	std::string input;
 	bool endsInError = false;
 	bool isRefused = false;

@@ -208,15 +208,21 @@ Value &Environment::create(const Name &name)
 			}
 			moveToMap();
 		}
-		if ((fBloom & bloomBit(name)) == 0)
-		{
-			fBloom |= bloomBit(name);
-			++sNameEpoch; // callees that run now don't know of the name
-			fEpoch = sNameEpoch;
-		}
+		addToBloom(bloomBit(name));
 		return fMap->getOrCreate(name);
 	}
 	return getMap()->getOrCreate(name);
+}
+
+void Environment::addToBloom(uint64_t bits)
+{
+	if ((fBloom & bits) != bits)
+	{
+		fBloom |= bits;
+		const bool isTrusted = fEpoch == sNameEpoch;
+		++sNameEpoch; // callees that run now don't know of the names
+		fEpoch = isTrusted ? sNameEpoch : fEpoch; // a word that misses names of callers stays untrusted
+	}
 }
 
 bool Environment::store(const Variable &variable, const Name &name, Value value)
@@ -268,6 +274,10 @@ std::shared_ptr<OMScope> Environment::getScope()
 		if (!fMap)
 		{
 			moveToMap();
+		}
+		if (isCall())
+		{
+			addToBloom(ALL_NAMES); // whoever has the node, or a Map that shares its variables, can add names at any time
 		}
 		auto scope = std::shared_ptr<OMScope>(new OMScope(*this));
 		fScope = scope.get();

@@ -89,6 +89,8 @@ private:
 	friend class OMScope;
 
 	static uint64_t bloomBit(const Name &name) { return uint64_t{1} << (name.hash >> 58); }
+	static constexpr uint64_t ALL_NAMES = ~uint64_t{0};
+	void addToBloom(uint64_t bits);
 	Value *wakeSlot(size_t slot);
 	Value wakeValue(size_t slot);
 	void moveToMap();

@@ -162,6 +162,7 @@ bool OMExpressionBinary::appendToVariable(Value &result, Environment &environmen
 		if (!appendInPlace(place->stringObject()->fText, value))
 		{
 			result = Evaluation::fail(*this, "text too long");
+			*place = result; // what an assignment of the failed sum stores
 			return true;
 		}
 	}

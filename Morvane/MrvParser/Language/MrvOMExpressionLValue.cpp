@@ -103,9 +103,13 @@ bool OMExpressionLValue::incrementDirect(Value &result, UnOp unOp, Environment &
 	if (Value *variable = findPlainPlace(environment); variable && variable->isInt() && isExactInt(variable->intPayload()))
 	{
 		const Value old = *variable;
-		variable->setIntPayload(isIncrement ? old.intPayload() + 1 : old.intPayload() - 1);
-		result = unOp == UnOp::PRE_INCREMENT || unOp == UnOp::PRE_DECREMENT ? *variable : old;
-		return true;
+		const OMInt changed = isIncrement ? old.intPayload() + 1 : old.intPayload() - 1;
+		if (isExactInt(changed))
+		{
+			variable->setIntPayload(changed);
+			result = unOp == UnOp::PRE_INCREMENT || unOp == UnOp::PRE_DECREMENT ? *variable : old;
+			return true;
+		}
 	}
 	Place place;
 	if (!locateDirect(place, environment))

@@ -32,7 +32,13 @@ bool FunctionSignature::addParameter(const std::string &parameter)
 	SANITY_CHECK_AS(fParameterList.empty() || !parameter.empty(), "fParameterList.empty() || ! parameter.empty()", return false);
 	if (!fParameterList.empty())
 	{
-		addSlot(Name(parameter));
+		const Name name(parameter);
+		const bool isHidden = name == fSlotNames[ARGUMENTS_SLOT]; // `arguments` is set last
+		addSlot(name);
+		if (isHidden)
+		{
+			fSlotsByName.set(name, Value::integer(ARGUMENTS_SLOT));
+		}
 	}
 	fParameterList.push_back(parameter);
 	return true;
