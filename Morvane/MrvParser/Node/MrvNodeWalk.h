@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MrvParser/Node/MrvHeapObject.h"
+#include "MrvTask/MrvNestingGuard.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -52,6 +53,7 @@ public:
 		bool isEntered() const { return fIsEntered; }
 
 	private:
+		const NestingGuard fGuard;
 		NodeWalk &fWalk;
 		bool fIsEntered;
 	};

@@ -5,7 +5,7 @@
 
 namespace Mrv
 {
-// What the operators do to values. None of them suspends; none needs a scope, so the parser folds constants with them.
+// What the operators do to values. A node that travels as itself and holds a plain value (`this`) counts as that value. None of them suspends; none needs a scope, so the parser folds constants with them.
 // The results differ from JavaScript's in ways that are required: see docs/language.md.
 
 // The result of an operator; `isOk` false (and a log line) when the operator can't act on these operands: the caller makes
