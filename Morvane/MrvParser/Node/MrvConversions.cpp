@@ -549,7 +549,7 @@ Value cloneArray(const ArrayContainer &source, size_t level, NodeWalk &walk)
 {
 	Value copy = Value::emptyArray();
 	NodeWalk::Step step(walk, &source);
-	if (step.isEntered())
+	if (step.isEntered() && walk.takeRoom(sizeof(ArrayContainer) + source.size() * sizeof(Value)))
 	{
 		copy.array()->fIsData = source.fIsData;
 		copy.array()->fItems.reserve(source.fItems.size());
@@ -565,7 +565,7 @@ Value cloneMap(const MapContainer &source, size_t level, NodeWalk &walk)
 {
 	Value copy = Value::emptyMap();
 	NodeWalk::Step step(walk, &source);
-	if (step.isEntered())
+	if (step.isEntered() && walk.takeRoom(sizeof(MapContainer) + source.size() * sizeof(MapContainer::Entry)))
 	{
 		copy.map()->fIsData = source.fIsData;
 		if (source.fPermissions)

@@ -61,14 +61,13 @@ bool isValueResolved(const Value &value, ScriptPhase phase, NodeWalk &walk)
 			return true; // being judged already
 		}
 		NodeWalk::Step step(walk, container);
-		return step.isEntered() &&
-			   forEachChild(value,
-				   [phase, &walk](Value &place, const std::string &) { return isValueResolved(place.inPlace(), phase, walk); });
+		return step.isEntered() && forEachChild(value, [phase, &walk](Value &place, const std::string &)
+		                               { return isValueResolved(place.inPlace(), phase, walk); });
 	}
 	if (value.type() == OMType::Expression)
 	{
 		return phase == ScriptPhase::RUN && (value.isBreak() || value.expression()->getKeywordToken() >= 0 ||
-												value.expression()->isReturn() || value.expression()->isLValue());
+		                                        value.expression()->isReturn() || value.expression()->isLValue());
 	}
 	return !value.isFunction() || phase == ScriptPhase::RUN;
 }
