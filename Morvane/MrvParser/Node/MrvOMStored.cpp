@@ -465,7 +465,10 @@ bool OMStored::linkChildren(bool isDataStructure)
 	const NestingGuard guard;
 	if (guard.isExceeded())
 	{
-		NestingGuard::report("data structure");
+		if (isDataStructure) // not a second time when this is taken back
+		{
+			NestingGuard::report("data structure");
+		}
 		return false;
 	}
 	if (isDataStructure)
