@@ -35,10 +35,16 @@ inline std::size_t stackBytesLeft()
 	return Detail::stackBytesLeftAfresh(here);
 }
 
-// The lowest usable address of the present stack, for code that compares addresses itself.
-inline std::uintptr_t stackLimit()
+// The present stack, for code that compares addresses itself; both 0 when the system can't tell.
+inline const StackBounds &stackBounds()
 {
 	stackBytesLeft();
-	return Detail::tStackBounds.limit;
+	return Detail::tStackBounds;
+}
+
+// Its lowest usable address.
+inline std::uintptr_t stackLimit()
+{
+	return stackBounds().limit;
 }
 }

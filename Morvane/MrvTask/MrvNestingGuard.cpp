@@ -7,15 +7,29 @@ namespace Mrv
 {
 uint32_t NestingGuard::sUnits = 0;
 uintptr_t NestingGuard::sStackLimit = 0;
+uintptr_t NestingGuard::sStackRange = 0;
 
 void NestingGuard::report(const char *what)
 {
 	LOG_ERROR(std::string("nesting limit reached: ") + what);
 }
 
-void NestingGuard::watchThisThread() noexcept
+bool NestingGuard::isStackExceeded() noexcept
 {
-	const uintptr_t limit = Platform::stackLimit();
-	sStackLimit = limit == 0 ? 0 : limit + STACK_RESERVE;
+	const Platform::StackBounds &bounds = Platform::stackBounds();
+	const uintptr_t here = stackPointer();
+	if (here - bounds.limit >= bounds.base - bounds.limit)
+	{
+		sStackRange = 0; // a stack that the system doesn't know: the units alone count, and we ask again next time
+		return false;
+	}
+	sStackLimit = bounds.limit + STACK_RESERVE;
+	sStackRange = bounds.base > sStackLimit ? bounds.base - sStackLimit : 0;
+	return here - sStackLimit >= sStackRange;
+}
+
+bool NestingGuard::hasStack(uintptr_t bytes) noexcept
+{
+	return !isStackExceeded() && (sStackRange == 0 || stackPointer() - sStackLimit > bytes);
 }
 }

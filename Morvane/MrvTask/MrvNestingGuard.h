@@ -20,20 +20,23 @@ public:
 	NestingGuard &operator=(const NestingGuard &) = delete;
 
 	// A suspended function that is entered again is not refused: only a first entry asks.
-	bool isExceeded() const noexcept { return sUnits > MAX_UNITS || stackPointer() < sStackLimit; }
+	bool isExceeded() const noexcept { return sUnits > MAX_UNITS || (stackPointer() - sStackLimit >= sStackRange && isStackExceeded()); }
 
 	// Logs the line that names the limit: "nesting limit reached: <what>".
 	static void report(const char *what);
 
-	// Notes where the stack of the present thread ends. Called whenever the scheduler is entered.
-	static void watchThisThread() noexcept;
 	// Whether this many bytes are left above the reserve.
-	static bool hasStack(uintptr_t bytes) noexcept { return stackPointer() > sStackLimit + bytes; }
+	static bool hasStack(uintptr_t bytes) noexcept;
 	static uintptr_t stackPointer() noexcept { return reinterpret_cast<uintptr_t>(__builtin_frame_address(0)); }
 
 private:
 	static uint32_t sUnits;
-	static uintptr_t sStackLimit; // the end of the stack plus the reserve
+	// Where the present stack may still be used: from its end plus the reserve to its base. Who stands outside of it has either gone too
+	// far or runs on another stack, which is noted then.
+	static uintptr_t sStackLimit;
+	static uintptr_t sStackRange;
+
+	static bool isStackExceeded() noexcept;
 
 	const uint32_t fUnits;
 };

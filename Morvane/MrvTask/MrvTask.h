@@ -82,7 +82,7 @@ public:
 	// --- Running
 
 	// Runs the task for a while; a negative budget is none, RUN_TO_COMPLETION serves the other active tasks meanwhile. False when the
-	// task has completed before or there is no coordinator.
+	// task has completed before, when it is running already, or when there is no coordinator.
 	virtual bool runTimeslice(int64_t timesliceMicroseconds);
 	virtual bool runToCompletion() { return runTimeslice(RUN_TO_COMPLETION); }
 

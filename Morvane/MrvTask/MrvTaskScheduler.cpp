@@ -201,11 +201,11 @@ int64_t Task::getRemainingMicroseconds() const
 bool Task::runTimeslice(int64_t timesliceMicroseconds)
 {
 	SANITY_CHECK_AS(!fIsTaskCompleted, "! fIsTaskCompleted", return false);
+	SANITY_CHECK(!fIsRunningSlice, return false);
 	const IInternalCoordinator *coordinator = nullptr;
 	ASSIGN_AS(coordinator, IInternalCoordinator::current(),
 	    "internalCoordinator = std::dynamic_pointer_cast<Mrv::InternalCoordinator>(Mrv::InternalCoordinator::factory());", return false);
-	NestingGuard::watchThisThread();
-	if (!NestingGuard::hasStack(fStackBytesUsed + STACK_MARGIN) && fStackBytesUsed > 0)
+	if (fStackBytesUsed > 0 && !NestingGuard::hasStack(fStackBytesUsed + STACK_MARGIN))
 	{
 		// The caller stands too deep on the native stack for the suspended chain: the task waits for a better moment.
 		if (!fIsStackShortNoted)

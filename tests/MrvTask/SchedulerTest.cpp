@@ -376,6 +376,20 @@ TEST_F(SchedulerTest, NestedPassesDoNothing)
 	EXPECT_EQ(journal(), (Journal{"completed task"}));
 }
 
+TEST_F(SchedulerTest, ATaskDoesNotRunInsideItself)
+{
+	const auto task = start("task",
+	    [&](Task &running, bool &success)
+	    {
+		    EXPECT_FALSE(running.runToCompletion());
+		    success = true;
+	    });
+	pass(100);
+	EXPECT_LOG("SANITY_CHECK failed: '!fIsRunningSlice' evaluates to false");
+	EXPECT_TRUE(task->isSuccess());
+	EXPECT_EQ(journal(), (Journal{"completed task"}));
+}
+
 TEST_F(SchedulerTest, WithoutACoordinatorNothingRuns)
 {
 	const auto task = make("task", [](Task &, bool &) { FAIL(); });
@@ -514,7 +528,6 @@ TEST_F(SchedulerTest, AParentDrivesAChildInItsOwnSlices)
 
 TEST_F(SchedulerTest, TheNestingGuardCounts)
 {
-	NestingGuard::watchThisThread();
 	const NestingGuard most(NestingGuard::MAX_UNITS - 1);
 	{
 		const NestingGuard last;

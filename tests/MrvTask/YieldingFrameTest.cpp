@@ -365,11 +365,17 @@ TEST_F(YieldingFrameTest, AnExceptionFailsItsTaskAndNothingElse)
 
 namespace
 {
+// Keeps the compiler from leaving an array out.
+void useRoom(char *room)
+{
+	asm volatile("" : : "r"(room) : "memory");
+}
+
 // Uses up the native stack until that much is left, then calls.
 __attribute__((noinline)) void callWithStackLeft(uintptr_t bytes, const std::function<void()> &function)
 {
-	volatile char room[4096];
-	room[0] = 0;
+	char room[4096];
+	useRoom(room);
 	if (NestingGuard::hasStack(bytes))
 	{
 		callWithStackLeft(bytes, function);
@@ -378,16 +384,16 @@ __attribute__((noinline)) void callWithStackLeft(uintptr_t bytes, const std::fun
 	{
 		function();
 	}
-	room[1] = room[0];
+	useRoom(room);
 }
 
 // A suspended chain with a big native frame.
 __attribute__((noinline)) void hungry_yielding(Task &task, bool &success, Journal &journal, const std::function<bool()> &step)
 {
-	volatile char room[256 * 1024];
-	room[0] = 0;
+	char room[256 * 1024];
+	useRoom(room);
 	chain_yielding(task, success, 2, journal, step);
-	room[1] = room[0];
+	useRoom(room);
 }
 }
 

@@ -37,6 +37,11 @@ Value plain(const Value &value)
 	return value.isNode() ? value.node()->getPlainValue() : value;
 }
 
+bool isPlainNode(const Value &value)
+{
+	return value.isNode() && !value.node()->getPlainValue().isNode();
+}
+
 Comparison equal(const Value &left, const Value &right, NodeWalk &walk);
 
 Comparison equalArrays(const ArrayContainer &left, const ArrayContainer &right, NodeWalk &walk)
@@ -215,6 +220,10 @@ Comparison compareEqual(const Value &left, const Value &right)
 Comparison compareIdentical(const Value &left, const Value &right)
 {
 	NodeWalk walk("===");
+	if (isPlainNode(left) || isPlainNode(right)) [[unlikely]]
+	{
+		return compareIdentical(plain(left), plain(right));
+	}
 	if (left.isNode() || right.isNode())
 	{
 		return yesNo(left.isNode() && right.isNode() && left.node() == right.node());
@@ -224,6 +233,10 @@ Comparison compareIdentical(const Value &left, const Value &right)
 
 Comparison compareLess(const Value &left, const Value &right)
 {
+	if (isPlainNode(left) || isPlainNode(right)) [[unlikely]]
+	{
+		return compareLess(plain(left), plain(right));
+	}
 	const OMType leftType = left.type();
 	const OMType rightType = right.type();
 	if (isErrorOrNaN(leftType) || isErrorOrNaN(rightType))

@@ -1,5 +1,6 @@
 // The two containers behind Array and Map. The index of a map holds positions into the entries; an erased entry keeps its
-// place (and its slot in the index) until a quarter of the entries is erased, then everything is laid out anew.
+// place (and its slot in the index) until a quarter of the entries is erased, then everything is laid out anew, unless somebody is walking
+// over the map at that moment.
 #include "MrvParser/Node/MrvArrayContainer.h"
 #include "MrvParser/Node/MrvMapContainer.h"
 
@@ -86,7 +87,7 @@ Value &MapContainer::getOrCreate(const Name &name)
 	{
 		return fEntries[found].value;
 	}
-	if (fErasedCount > LINEAR_LIMIT && fErasedCount * 4 > fEntries.size())
+	if (fErasedCount > LINEAR_LIMIT && fErasedCount * 4 > fEntries.size() && fCursorCount == 0)
 	{
 		compact();
 	}

@@ -235,6 +235,10 @@ bool getAsBool(const Value &value)
 
 double getAsNum(const Value &value)
 {
+	if (value.isNode()) [[unlikely]]
+	{
+		return value.node()->getAsNum();
+	}
 	switch (value.type())
 	{
 		case OMType::Bool:
@@ -261,6 +265,10 @@ double getAsNum(const Value &value)
 
 int64_t getAsBits(const Value &value)
 {
+	if (value.isNode()) [[unlikely]]
+	{
+		return value.node()->getAsBits();
+	}
 	switch (value.type())
 	{
 		case OMType::Bool:
@@ -295,6 +303,10 @@ bool appendAsString(std::string &text, const Value &value, NodeWalk &walk)
 	{
 		return value.node()->appendAsString(text, walk);
 	}
+	if (value.isReturned()) [[unlikely]]
+	{
+		return appendExpressionText(text, value, walk);
+	}
 	if (value.isString())
 	{
 		text += value.text();
@@ -323,6 +335,10 @@ bool appendToString(std::string &text, const Value &value, NodeWalk &walk)
 	if (value.isNode())
 	{
 		return value.node()->appendToString(text, walk);
+	}
+	if (value.isReturned()) [[unlikely]]
+	{
+		return appendExpressionText(text, value, walk);
 	}
 	if (value.isString())
 	{
@@ -533,7 +549,7 @@ Value cloneArray(const ArrayContainer &source, size_t level, NodeWalk &walk)
 {
 	Value copy = Value::emptyArray();
 	NodeWalk::Step step(walk, &source);
-	if (step.isEntered())
+	if (step.isEntered() && walk.takeRoom(sizeof(ArrayContainer) + source.size() * sizeof(Value)))
 	{
 		copy.array()->fIsData = source.fIsData;
 		copy.array()->fItems.reserve(source.fItems.size());
@@ -549,7 +565,7 @@ Value cloneMap(const MapContainer &source, size_t level, NodeWalk &walk)
 {
 	Value copy = Value::emptyMap();
 	NodeWalk::Step step(walk, &source);
-	if (step.isEntered())
+	if (step.isEntered() && walk.takeRoom(sizeof(MapContainer) + source.size() * sizeof(MapContainer::Entry)))
 	{
 		copy.map()->fIsData = source.fIsData;
 		if (source.fPermissions)

@@ -124,6 +124,7 @@ public:
 
 	// --- Data structures: trees in which every node has one parent
 	virtual bool isDataStructure() const = 0;
+	// False and one log line, with nothing linked, when a container of it holds itself or the nesting limit is reached.
 	virtual bool setIsDataStructure(bool isDataStructure) = 0;
 	virtual std::shared_ptr<IOMNode> getDataStructureParent() const = 0;
 	// The key under which the parent holds this node; for an element its index in decimal digits.

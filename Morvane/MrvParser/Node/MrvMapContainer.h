@@ -95,6 +95,8 @@ public:
 	OMStored *fDataStructureOwner = nullptr;
 	// No attribute holds code at any depth (see ArrayContainer).
 	bool fIsData = false;
+	// Cursors on this map (OMStoredNodeIterator): as long as there are any, entries keep their positions.
+	uint32_t fCursorCount = 0;
 	// Kept apart from the attributes, since hardly any map has them.
 	std::unique_ptr<std::unordered_map<std::string, uint8_t>> fPermissions;
 

@@ -1,7 +1,6 @@
 #include "MrvParser/Node/MrvNodeWalk.h"
 
 #include "MrvLogger/MrvLogger.h"
-#include "MrvTask/MrvNestingGuard.h"
 #include "MrvTask/MrvTask.h"
 
 #include <algorithm>
@@ -48,7 +47,7 @@ NodeWalk::Step::Step(NodeWalk &walk, const HeapObject *container, bool isCycleAn
 		}
 		return;
 	}
-	if (NestingGuard(1).isExceeded())
+	if (fGuard.isExceeded())
 	{
 		walk.stop("nesting limit reached");
 		return;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MrvParser/Node/MrvHeapObject.h"
+#include "MrvTask/MrvNestingGuard.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -15,6 +16,7 @@ class NodeWalk
 {
 public:
 	static constexpr uint64_t MAX_VISITS = uint64_t{1} << 26;
+	static constexpr size_t MAX_ROOM = size_t{1} << 29;
 	static constexpr size_t MAX_TEXT = size_t{1} << 29; // also the longest String that there may be
 
 	// operation: names the walk in the log line, e.g. "toString"; a literal.
@@ -28,6 +30,12 @@ public:
 			return checkSlowly();
 		}
 		return true;
+	}
+	// Counts room that the walk takes for what it builds; false when it must stop.
+	bool takeRoom(size_t bytes)
+	{
+		fRoom += bytes;
+		return fRoom <= MAX_ROOM || stop("too much memory");
 	}
 	// Whether this much text may still be.
 	bool allowText(size_t length) { return length <= MAX_TEXT || stop("text too long"); }
@@ -52,6 +60,7 @@ public:
 		bool isEntered() const { return fIsEntered; }
 
 	private:
+		const NestingGuard fGuard;
 		NodeWalk &fWalk;
 		bool fIsEntered;
 	};
@@ -63,6 +72,7 @@ private:
 
 	const char *fOperation;
 	uint64_t fVisits = 0;
+	size_t fRoom = 0;
 	uint64_t fNextCheck = CHECK_INTERVAL;
 	bool fIsStopped = false;
 	std::vector<const HeapObject *> fPath;

@@ -28,6 +28,26 @@ int digitValue(int character)
 	return character >= 'A' && character <= 'Z' ? character - 'A' + 10 : std::numeric_limits<int>::max();
 }
 
+// Whether a number beyond the range of doubles is too small rather than too large: the place of the first digit that counts, moved by
+// the exponent, tells.
+bool isSmall(const std::string &text)
+{
+	const size_t exponentAt = std::min(text.find_first_of("eE"), text.size());
+	const auto firstDigit = static_cast<int64_t>(text.find_first_of("123456789"));
+	const auto pointAt = static_cast<int64_t>(std::min(text.find('.'), exponentAt));
+	int64_t exponent = 0;
+	if (exponentAt < text.size())
+	{
+		const char *begin = text.data() + exponentAt + 1;
+		begin += *begin == '+' ? 1 : 0;
+		if (std::from_chars(begin, text.data() + text.size(), exponent).ec == std::errc::result_out_of_range)
+		{
+			return *begin == '-';
+		}
+	}
+	return exponent < firstDigit - pointAt;
+}
+
 // The double nearest to the text. Beyond the range of doubles it is infinite or zero, as the exponent says.
 double parseDouble(const std::string &text)
 {
@@ -35,13 +55,7 @@ double parseDouble(const std::string &text)
 	const auto outcome = std::from_chars(text.data(), text.data() + text.size(), value);
 	if (outcome.ec == std::errc::result_out_of_range)
 	{
-		// Small or large? The first digit that counts, and the exponent, tell.
-		const size_t exponentAt = text.find_first_of("eE");
-		const size_t firstDigit = text.find_first_of("123456789");
-		const size_t pointAt = std::min(text.find('.'), std::min(exponentAt, text.size()));
-		const bool isNegativeExponent = exponentAt != std::string::npos && text[exponentAt + 1] == '-';
-		const bool isBelowOne = firstDigit > pointAt;
-		return isNegativeExponent || (isBelowOne && exponentAt == std::string::npos) ? 0.0 : std::numeric_limits<double>::infinity();
+		return isSmall(text) ? 0.0 : std::numeric_limits<double>::infinity();
 	}
 	return value;
 }

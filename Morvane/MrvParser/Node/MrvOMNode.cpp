@@ -213,7 +213,15 @@ bool OMNode::setIsDataStructure(bool isDataStructure)
 		fDataStructureParent.reset();
 		fDataStructureKey.clear();
 	}
-	return linkChildren(isDataStructure);
+	if (linkChildren(isDataStructure))
+	{
+		return true;
+	}
+	if (isDataStructure)
+	{
+		setIsDataStructure(false);
+	}
+	return false;
 }
 
 bool OMNode::linkChildren(bool)
@@ -254,9 +262,7 @@ bool OMNode::setDataStructureParent(const std::shared_ptr<IOMNode> &parent, cons
 	}
 	fDataStructureParent = parent;
 	fDataStructureKey = key;
-	SANITY_CHECK_AS(linkChildren(true), "setIsDataStructure(true)", return false);
-	fIsDataStructure = true;
-	return true;
+	return setIsDataStructure(true);
 }
 
 bool OMNode::clearNode()

@@ -6,7 +6,9 @@
 #include "MrvParser/Node/MrvFunctionSignature.h"
 #include "MrvParser/Node/MrvIExpression.h"
 #include "MrvParser/Node/MrvMapContainer.h"
+#include "MrvParser/Node/MrvNodeWalk.h"
 #include "MrvParser/Node/MrvOMStoredNodeIterator.h"
+#include "MrvTask/MrvNestingGuard.h"
 
 namespace Mrv
 {
@@ -39,6 +41,35 @@ bool forEachChild(const Value &value, Function function)
 		}
 	}
 	return true;
+}
+
+bool isValueResolved(const Value &value, ScriptPhase phase, NodeWalk &walk)
+{
+	if (!walk.visit())
+	{
+		return false;
+	}
+	if (value.isReturned())
+	{
+		return phase == ScriptPhase::RUN;
+	}
+	if (value.isArray() || value.isMap())
+	{
+		const HeapObject *container = value.isArray() ? static_cast<const HeapObject *>(value.array()) : value.map();
+		if (walk.isOnPath(container))
+		{
+			return true; // being judged already
+		}
+		NodeWalk::Step step(walk, container);
+		return step.isEntered() && forEachChild(value, [phase, &walk](Value &place, const std::string &)
+		                               { return isValueResolved(place.inPlace(), phase, walk); });
+	}
+	if (value.type() == OMType::Expression)
+	{
+		return phase == ScriptPhase::RUN && (value.isBreak() || value.expression()->getKeywordToken() >= 0 ||
+		                                        value.expression()->isReturn() || value.expression()->isLValue());
+	}
+	return !value.isFunction() || phase == ScriptPhase::RUN;
 }
 
 OMStored *ownerOf(const Value &container)
@@ -252,32 +283,32 @@ std::string OMStored::getAsIdentifier() const
 
 bool OMStored::getBool() const
 {
-	return fValue.isBool() && fValue.boolPayload();
+	return fValue.type() == OMType::Bool && fValue.boolPayload();
 }
 
 int64_t OMStored::getDate() const
 {
-	return fValue.kind() == Value::Kind::DATE ? fValue.intPayload() : 0;
+	return fValue.type() == OMType::Date ? fValue.intPayload() : 0;
 }
 
 OMFloat OMStored::getFloat() const
 {
-	return fValue.isFloat() ? fValue.floatPayload() : 0.0;
+	return fValue.type() == OMType::Float ? fValue.floatPayload() : 0.0;
 }
 
 OMInt OMStored::getInt() const
 {
-	return fValue.isInt() ? fValue.intPayload() : 0;
+	return fValue.type() == OMType::Int ? fValue.intPayload() : 0;
 }
 
 GUIDClass *OMStored::getGUID() const
 {
-	return fValue.kind() == Value::Kind::GUID ? fValue.guidPayload() : nullptr;
+	return fValue.type() == OMType::GUID ? fValue.guidPayload() : nullptr;
 }
 
 std::string OMStored::getString() const
 {
-	return fValue.isString() ? std::string(fValue.text()) : std::string();
+	return fValue.type() == OMType::String ? std::string(fValue.text()) : std::string();
 }
 
 Ref<IExpression> OMStored::getExpression() const
@@ -313,16 +344,8 @@ bool OMStored::isLValue() const
 
 bool OMStored::isResolved(ScriptPhase phase) const
 {
-	if (fValue.isArray() || fValue.isMap())
-	{
-		return forEachChild(
-		    fValue, [phase](Value &place, const std::string &) { return OMStored::valueFactory(place.inPlace())->isResolved(phase); });
-	}
-	if (fValue.type() == OMType::Expression)
-	{
-		return phase == ScriptPhase::RUN && (isKeywordExpression() || isWrappedReturnValue() || isLValue());
-	}
-	return !fValue.isFunction() || phase == ScriptPhase::RUN;
+	NodeWalk walk("isResolved");
+	return isValueResolved(fValue, phase, walk);
 }
 
 bool OMStored::isWrappedReturnValue() const
@@ -439,8 +462,22 @@ bool OMStored::storeIn(const Value &container, size_t index, Value value)
 
 bool OMStored::linkChildren(bool isDataStructure)
 {
+	const NestingGuard guard;
+	if (guard.isExceeded())
+	{
+		if (isDataStructure) // not a second time when this is taken back
+		{
+			NestingGuard::report("data structure");
+		}
+		return false;
+	}
 	if (isDataStructure)
 	{
+		if (isInsideItself())
+		{
+			LOG_ERROR("data structure: a container holds itself");
+			return false;
+		}
 		setOwner(fValue, this);
 		return forEachChild(fValue, [this](Value &place, const std::string &key) { return linkChild(*this, place, key); });
 	}
@@ -454,6 +491,24 @@ bool OMStored::linkChildren(bool isDataStructure)
 		    }
 		    return true;
 	    });
+}
+
+// Whether a node above this one in the data structure holds the same container.
+bool OMStored::isInsideItself() const
+{
+	if (!fValue.isArray() && !fValue.isMap())
+	{
+		return false;
+	}
+	for (auto parent = getDataStructureParent(); parent; parent = parent->getDataStructureParent())
+	{
+		const auto stored = parent->getOMStoredPtr();
+		if (stored && stored->fValue.hasSameBits(fValue))
+		{
+			return true;
+		}
+	}
+	return false;
 }
 
 bool OMStored::linkChild(OMStored &owner, Value &place, const std::string &key)

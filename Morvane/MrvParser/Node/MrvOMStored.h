@@ -129,6 +129,7 @@ private:
 	static bool linkChild(OMStored &owner, Value &place, const std::string &key);
 	static void unlinkChild(const OMStored *owner, Value &place);
 	void releaseOwnership();
+	bool isInsideItself() const;
 
 	Value fValue;
 };

@@ -8,7 +8,19 @@ namespace Mrv
 {
 OMStoredNodeIterator::OMStoredNodeIterator(const std::shared_ptr<OMStored> &node) : fContainer(node->getValue())
 {
+	if (fContainer.isMap())
+	{
+		++fContainer.map()->fCursorCount;
+	}
 	skipErased();
+}
+
+OMStoredNodeIterator::~OMStoredNodeIterator()
+{
+	if (fContainer.isMap())
+	{
+		--fContainer.map()->fCursorCount;
+	}
 }
 
 bool OMStoredNodeIterator::isEnd() const

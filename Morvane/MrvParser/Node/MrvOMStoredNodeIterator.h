@@ -12,6 +12,9 @@ class OMStoredNodeIterator final : public IOMNodeIterator
 {
 public:
 	explicit OMStoredNodeIterator(const std::shared_ptr<OMStored> &node);
+	OMStoredNodeIterator(const OMStoredNodeIterator &) = delete;
+	OMStoredNodeIterator &operator=(const OMStoredNodeIterator &) = delete;
+	~OMStoredNodeIterator() override;
 
 	bool isEnd() const override;
 	int64_t getIndex() const override;

@@ -12,6 +12,17 @@ namespace Mrv
 {
 namespace
 {
+// A node that travels as itself although it is worth a plain value.
+bool isPlainNode(const Value &value)
+{
+	return value.isNode() && !value.node()->getPlainValue().isNode();
+}
+
+Value plainValue(const Value &value)
+{
+	return value.isNode() ? value.node()->getPlainValue() : value;
+}
+
 // Strings join; everything else is a number.
 Value add(const Value &left, const Value &right, bool &isOk)
 {
@@ -97,6 +108,10 @@ Value binaryOperation(BinOp binOp, const Value &left, const Value &right, bool &
 	{
 		return right;
 	}
+	if (isPlainNode(left) || isPlainNode(right)) [[unlikely]]
+	{
+		return binaryOperation(binOp, plainValue(left), plainValue(right), isOk);
+	}
 	if (left.isError() || right.isError())
 	{
 		return Value::error();
@@ -151,6 +166,10 @@ Value binaryOperation(BinOp binOp, const Value &left, const Value &right, bool &
 Value unaryOperation(UnOp unOp, const Value &operand, bool &isOk)
 {
 	isOk = true;
+	if (isPlainNode(operand)) [[unlikely]]
+	{
+		return unaryOperation(unOp, plainValue(operand), isOk);
+	}
 	const bool takesErrors = unOp == UnOp::BOOL_NOT || unOp == UnOp::TYPEOF;
 	if (operand.isError() && !takesErrors)
 	{

@@ -5,8 +5,9 @@
 
 namespace Mrv
 {
-// What the operators do to values. None of them suspends; none needs a scope, so the parser folds constants with them.
-// The results differ from JavaScript's in ways that are required: see docs/language.md.
+// What the operators do to values. A node that travels as itself and holds a plain value (`this`) counts as that value. None of them
+// suspends; none needs a scope, so the parser folds constants with them. The results differ from JavaScript's in ways that are required:
+// see docs/language.md.
 
 // The result of an operator; `isOk` false (and a log line) when the operator can't act on these operands: the caller makes
 // that an Error when a script runs, and leaves the operation unfolded at parse time. Errors pass through every operator but `,` and `;`.
