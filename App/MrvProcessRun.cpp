@@ -126,11 +126,11 @@ void ProcessRun::runScript(const std::string &path)
 	const bool isStandardInput = path == "-";
 	// The script's own input: standard input, unless the script itself came from there.
 	InternalCoordinator::setInputKind(
-		isStandardInput ? InternalCoordinator::InputKind::EMPTY : InternalCoordinator::InputKind::STANDARD_INPUT);
+	    isStandardInput ? InternalCoordinator::InputKind::EMPTY : InternalCoordinator::InputKind::STANDARD_INPUT);
 	const auto task = isStandardInput
-		? EvalScriptTask::streamFactory(InternalCoordinator::getCoordinatorScope(), std::make_shared<InputStreamStdIn>(), "standard input",
-			  HandleReturnValue::UNWRAP)
-		: EvalScriptTask::factory(InternalCoordinator::getCoordinatorScope(), path, HandleReturnValue::UNWRAP);
+	                      ? EvalScriptTask::streamFactory(InternalCoordinator::getCoordinatorScope(), std::make_shared<InputStreamStdIn>(),
+	                            "standard input", HandleReturnValue::UNWRAP)
+	                      : EvalScriptTask::factory(InternalCoordinator::getCoordinatorScope(), path, HandleReturnValue::UNWRAP);
 	if (!waitFor(task))
 	{
 		const int signal = Platform::pendingSignal();
@@ -162,7 +162,7 @@ void ProcessRun::runSession(bool isPrompted)
 	{
 		const bool isTerminal = Platform::console().isTerminal(Platform::StandardStream::INPUT);
 		InternalCoordinator::setInputKind(
-			isTerminal ? InternalCoordinator::InputKind::CONSOLE : InternalCoordinator::InputKind::STANDARD_INPUT);
+		    isTerminal ? InternalCoordinator::InputKind::CONSOLE : InternalCoordinator::InputKind::STANDARD_INPUT);
 		stream = InternalCoordinator::inputStreamFactory();
 	}
 	else

@@ -38,7 +38,7 @@ struct CoordinatorSettings
 	std::string scriptErrorLogFile;
 	std::string prompt = "> ";
 	std::string promptContinuation = ". ";
-	std::string scriptFile;        // "-": standard input
+	std::string scriptFile; // "-": standard input
 	std::string startupScriptFile;
 	int64_t sleepWaitForPipeMicroseconds = 10'000;
 	int64_t defaultTimeoutMicroseconds = 10'000'000;

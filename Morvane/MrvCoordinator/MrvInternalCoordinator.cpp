@@ -102,7 +102,7 @@ std::shared_ptr<InternalCoordinator> InternalCoordinator::instance()
 
 void InternalCoordinator::deleter(InternalCoordinator *coordinator)
 {
-	SANITY_CHECK_AS(coordinator, "internalCoordinator", return);
+	SANITY_CHECK_AS(coordinator, "internalCoordinator", return );
 	Object::deleter(coordinator);
 	delete coordinator;
 }
@@ -119,8 +119,8 @@ bool InternalCoordinator::registerDeregisterClass(RegisterDeregister registerDer
 	{
 		return deregisterFactory(TYPENAME);
 	}
-	SANITY_CHECK_AS(registerFactory(TYPENAME, InternalCoordinator::factory), "Object::registerFactory( TYPENAME, InternalCoordinator::factory)",
-		return false);
+	SANITY_CHECK_AS(registerFactory(TYPENAME, InternalCoordinator::factory),
+	    "Object::registerFactory( TYPENAME, InternalCoordinator::factory)", return false);
 	return true;
 }
 
@@ -184,7 +184,8 @@ void InternalCoordinator::readConfigurationNode()
 	fSettings.configurationNodeSuffix.clear();
 	const std::string node = Platform::environmentVariable("MORVANE_CONFIG_NODE_NAME").value_or("");
 	std::string lower = node;
-	std::transform(lower.begin(), lower.end(), lower.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 'a' - 'A') : c; });
+	std::transform(
+	    lower.begin(), lower.end(), lower.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 'a' - 'A') : c; });
 	if (!node.empty() && lower != "localhost" && lower != "127.0.0.1" && lower != "::1")
 	{
 		fSettings.configurationNodeSuffix = "." + node;
@@ -266,7 +267,7 @@ const std::string &InternalCoordinator::getSessionDataFolderPath()
 			std::string path = base;
 			path += "net.morvane" + separator + "SessionData" + separator;
 			SANITY_CHECK_AS(Dirs::mkDir(path, DirRecurse::RECURSE), "Dirs::mkDir(fSessionDataFolderPath, DirRecurse::RECURSE)",
-				return fSessionDataFolderPath);
+			    return fSessionDataFolderPath);
 			fSessionDataFolderPath = path;
 		}
 	}
@@ -294,7 +295,7 @@ bool InternalCoordinator::publishProcessId()
 	const int64_t ownId = Platform::currentProcessId();
 	// One's own number is what a run before this one has left behind.
 	SANITY_CHECK_AS(processId == 0 || processId == ownId || !Platform::isProcessRunning(static_cast<Platform::ProcessId>(processId)),
-		"processId == 0 || ! Process::isRunning(processId)", return false);
+	    "processId == 0 || ! Process::isRunning(processId)", return false);
 	const std::string path = getProcessIdFilePath(fSettings.coordinatorName);
 	SANITY_CHECK_AS(!path.empty() && writeSmallFile(path, std::to_string(ownId)), "publishProcessId()", return false);
 	return true;

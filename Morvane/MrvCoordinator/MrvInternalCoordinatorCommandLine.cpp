@@ -26,8 +26,8 @@ std::string normalisedPath(const std::string &path)
 // A number that fits, or the value as it was.
 bool setNumber(const std::vector<std::string> &switchArgs, int64_t factor, int64_t &value)
 {
-	SANITY_CHECK_AS(switchArgs.size() == 1 && Utils::isNumeric(switchArgs[0]),
-		"switchArgs.size() == 1 && Utils::isNumeric(switchArgs[0])", return false);
+	SANITY_CHECK_AS(switchArgs.size() == 1 && Utils::isNumeric(switchArgs[0]), "switchArgs.size() == 1 && Utils::isNumeric(switchArgs[0])",
+	    return false);
 	int64_t number = 0;
 	if (Utils::toInt64(switchArgs[0], number))
 	{
@@ -104,7 +104,7 @@ bool InternalCoordinator::parseCommandLineArgs(int argc, char **argv)
 		if (!switches[letter].empty())
 		{
 			VERIFY_AS(processCmdLineArg(static_cast<int>(letter), switches[letter]), "processCmdLineArg(iter->first, iter->second)",
-				return false);
+			    return false);
 		}
 	}
 	fSettings.coordinatorName = Utils::normaliseCoordinatorName(fSettings.coordinatorName);

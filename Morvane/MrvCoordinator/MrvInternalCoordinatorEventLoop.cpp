@@ -1,7 +1,7 @@
 // The event loop, its adaptive sleep, and the coordinator's own pass.
 //
-// One place sleeps: the end of a pass. A pass in which a task was cut off by the end of its slice is followed by none, since there is more to do
-// at once; otherwise the loop backs off in stages from the last message on.
+// One place sleeps: the end of a pass. A pass in which a task was cut off by the end of its slice is followed by none, since there is more
+// to do at once; otherwise the loop backs off in stages from the last message on.
 #include "MrvCoordinator/MrvInternalCoordinator.h"
 
 #include "MrvLogger/MrvChecks.h"
@@ -16,9 +16,9 @@ namespace Mrv
 namespace
 {
 constexpr int64_t NANOSECONDS_PER_MICROSECOND = 1000;
-constexpr int64_t SHORT_SILENCE = 1'000'000;        // 1 ms, in nanoseconds: no sleep until then
-constexpr int64_t MEDIUM_SILENCE = 5'000'000'000;   // 5 s: then five times the base
-constexpr int64_t LONG_SILENCE = 30'000'000'000;    // 30 s: then ten times the base
+constexpr int64_t SHORT_SILENCE = 1'000'000;      // 1 ms, in nanoseconds: no sleep until then
+constexpr int64_t MEDIUM_SILENCE = 5'000'000'000; // 5 s: then five times the base
+constexpr int64_t LONG_SILENCE = 30'000'000'000;  // 30 s: then ten times the base
 constexpr int64_t MEDIUM_FACTOR = 5;
 constexpr int64_t LONG_FACTOR = 10;
 
@@ -27,7 +27,7 @@ int64_t timePointAfter(int64_t now, int64_t microseconds)
 	int64_t duration = 0;
 	int64_t timePoint = 0;
 	if (microseconds < 0 || __builtin_mul_overflow(microseconds, NANOSECONDS_PER_MICROSECOND, &duration) ||
-		__builtin_add_overflow(now, duration, &timePoint))
+	    __builtin_add_overflow(now, duration, &timePoint))
 	{
 		return Task::kNoTimePoint;
 	}
@@ -90,16 +90,17 @@ bool InternalCoordinator::runEventLoopUntilNoMoreSubTasks(int64_t timesliceMicro
 	SANITY_CHECK_AS(coordinator, "internalCoordinator", return false);
 	bool hasRun = false;
 	const bool isOk = coordinator->runEventLoop(timesliceMicroseconds,
-		[&]
-		{
-			const bool mustRun = !hasRun;
-			hasRun = true;
-			return !mustRun && coordinator->fMainTask->isIdle();
-		});
+	    [&]
+	    {
+		    const bool mustRun = !hasRun;
+		    hasRun = true;
+		    return !mustRun && coordinator->fMainTask->isIdle();
+	    });
 	SANITY_CHECK_AS(isOk,
-		"internalCoordinator->runEventLoop( timesliceMicroseconds, [&hasRun, internalCoordinator]() { bool mustRun = ! hasRun; hasRun = true; "
-		"bool canTerminate = ! mustRun && internalCoordinator->fMainTask->isIdle(); return canTerminate; })",
-		return false);
+	    "internalCoordinator->runEventLoop( timesliceMicroseconds, [&hasRun, internalCoordinator]() { bool mustRun = ! hasRun; hasRun = "
+	    "true; "
+	    "bool canTerminate = ! mustRun && internalCoordinator->fMainTask->isIdle(); return canTerminate; })",
+	    return false);
 	return true;
 }
 

@@ -17,7 +17,9 @@ class ScriptTest : public testing::Test
 {
 public:
 	ScriptTest(std::string name, std::string script, std::string path)
-		: fName(std::move(name)), fScript(std::move(script)), fPath(std::move(path))
+	    : fName(std::move(name)),
+	      fScript(std::move(script)),
+	      fPath(std::move(path))
 	{
 	}
 	void TestBody() override { runAndCheckScript(fName, fScript, fPath); }
@@ -31,12 +33,14 @@ private:
 void add(const std::string &suite, const std::string &name, const std::string &script, const std::string &path)
 {
 	testing::RegisterTest(suite.c_str(), name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
-		[=]() -> testing::Test * { return new ScriptTest(suite + "/" + name, script, path); });
+	    [=]() -> testing::Test * { return new ScriptTest(suite + "/" + name, script, path); });
 }
 
 std::string identifier(std::string text)
 {
-	std::replace_if(text.begin(), text.end(), [](char c) { return !((c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')); }, '_');
+	std::replace_if(
+	    text.begin(), text.end(), [](char c) { return !((c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')); },
+	    '_');
 	return text;
 }
 
@@ -77,7 +81,8 @@ void addDocument(const std::string &name, const std::string &path)
 		at += begin.size();
 		const size_t end = std::min(text.find("```", at), text.size());
 		const auto line = std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n') + 1;
-		add("Document_" + identifier(name), "Piece" + std::to_string(++count) + "_line" + std::to_string(line), text.substr(at, end - at), {});
+		add("Document_" + identifier(name), "Piece" + std::to_string(++count) + "_line" + std::to_string(line), text.substr(at, end - at),
+		    {});
 		at = end;
 	}
 }

@@ -136,16 +136,13 @@ void runAndCheckScript(const std::string &name, const std::string &script, const
 		ASSERT_TRUE(coordinator.isReady());
 		const auto scope = InternalCoordinator::getCoordinatorScope();
 		scope->getEnvironment().create(Name("depth")) = Value::integer(expected.depth);
-		const auto task = scriptFilePath.empty()
-			? EvalScriptTask::streamFactory(scope, std::make_shared<InputStreamString>(script), name, HandleReturnValue::UNWRAP)
-			: EvalScriptTask::factory(scope, scriptFilePath, HandleReturnValue::UNWRAP);
+		const auto task = scriptFilePath.empty() ? EvalScriptTask::streamFactory(
+		                                               scope, std::make_shared<InputStreamString>(script), name, HandleReturnValue::UNWRAP)
+		                                         : EvalScriptTask::factory(scope, scriptFilePath, HandleReturnValue::UNWRAP);
 		Task::startTask(task);
 		const auto end = std::chrono::steady_clock::now() + TIME_LIMIT;
-		InternalCoordinator::instance()->runEventLoop(-1,
-			[&]
-			{
-				return task->isTaskCompleted() || InternalCoordinator::isTerminating() || std::chrono::steady_clock::now() > end;
-			});
+		InternalCoordinator::instance()->runEventLoop(
+		    -1, [&] { return task->isTaskCompleted() || InternalCoordinator::isTerminating() || std::chrono::steady_clock::now() > end; });
 		isCompleted = task->isTaskCompleted() || InternalCoordinator::isTerminating();
 		isParsed = task->isParsed() || task->isExitRequested();
 		note = task->fErrorNote;

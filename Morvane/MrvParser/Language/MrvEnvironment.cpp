@@ -57,19 +57,23 @@ void Environment::operator delete(void *room, size_t size) noexcept
 }
 
 Environment::Environment(OMScope &scope, Environment *parent)
-	: HeapObject(Children::SOME), fParent(parent), fBase(this), fEpoch(sNameEpoch), fScope(&scope)
+    : HeapObject(Children::SOME),
+      fParent(parent),
+      fBase(this),
+      fEpoch(sNameEpoch),
+      fScope(&scope)
 {
 }
 
 Environment::Environment(Environment &caller, const FunctionObject &function, Value thisValue, ValueList &&arguments)
-	: HeapObject(Children::SOME),
-	  fParent(&caller),
-	  fBase(caller.fBase),
-	  fBloom(caller.isCall() ? caller.fBloom : 0),
-	  fLayoutId(function.fSignature->getLayoutId()),
-	  fEpoch(caller.isCall() ? caller.fEpoch : sNameEpoch),
-	  fSignature(function.fSignature.get()),
-	  fArguments(std::move(arguments))
+    : HeapObject(Children::SOME),
+      fParent(&caller),
+      fBase(caller.fBase),
+      fBloom(caller.isCall() ? caller.fBloom : 0),
+      fLayoutId(function.fSignature->getLayoutId()),
+      fEpoch(caller.isCall() ? caller.fEpoch : sNameEpoch),
+      fSignature(function.fSignature.get()),
+      fArguments(std::move(arguments))
 {
 	const FunctionSignature &signature = *fSignature;
 	const size_t count = signature.getSlotCount();

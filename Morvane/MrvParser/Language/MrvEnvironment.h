@@ -45,8 +45,8 @@ public:
 	struct Variable
 	{
 		Found found = Found::NO;
-		Value *place = nullptr;             // valid until the next change of any variable
-		Environment *owner = nullptr;       // where it was found
+		Value *place = nullptr;       // valid until the next change of any variable
+		Environment *owner = nullptr; // where it was found
 	};
 
 	// Looks a name up along the chain. `guess` remembers the position in the outermost map for next time.
@@ -96,18 +96,18 @@ private:
 	static uint32_t sNameEpoch;
 
 	Ref<Environment> fParent;
-	Environment *fBase = nullptr;       // the first environment outwards that is no call; this one itself if it is none
+	Environment *fBase = nullptr; // the first environment outwards that is no call; this one itself if it is none
 	uint64_t fBloom = 0;
 	static constexpr uint32_t NO_LAYOUT = UINT32_MAX; // what no name's layout is
-	uint32_t fLayoutId = NO_LAYOUT;     // of the slots
+	uint32_t fLayoutId = NO_LAYOUT;                   // of the slots
 	uint32_t fEpoch = 0;
-	OMScope *fScope = nullptr;          // the node, while it exists; it owns this environment
+	OMScope *fScope = nullptr; // the node, while it exists; it owns this environment
 	Ref<const FunctionSignature> fSignature;
-	Ref<MapContainer> fMap;             // the variables of a call once they are a map
-	Value *fSlots = nullptr;            // the variables of a call until then
+	Ref<MapContainer> fMap;  // the variables of a call once they are a map
+	Value *fSlots = nullptr; // the variables of a call until then
 	static constexpr size_t INLINE_SLOTS = 8;
 	Value fInlineSlots[INLINE_SLOTS];
 	std::unique_ptr<Value[]> fHeapSlots;
-	ValueList fArguments;               // what the call was given
+	ValueList fArguments; // what the call was given
 };
 }

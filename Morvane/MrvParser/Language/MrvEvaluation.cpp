@@ -117,9 +117,9 @@ void evaluateLiteral_yielding(Task &task, Value &result, const Value &literal, E
 			return;
 		}
 		evaluateChildren_yielding(
-			task, result, Value::emptyArray(), environment,
-			[&](size_t position) { return position < source.size() ? &source.fItems[position] : nullptr; },
-			[](const Value &array, size_t, Value &&value) { array.array()->fItems.push_back(std::move(value)); });
+		    task, result, Value::emptyArray(), environment,
+		    [&](size_t position) { return position < source.size() ? &source.fItems[position] : nullptr; },
+		    [](const Value &array, size_t, Value &&value) { array.array()->fItems.push_back(std::move(value)); });
 		return;
 	}
 	const MapContainer &source = *literal.map();
@@ -129,10 +129,9 @@ void evaluateLiteral_yielding(Task &task, Value &result, const Value &literal, E
 		return;
 	}
 	evaluateChildren_yielding(
-		task, result, Value::emptyMap(), environment,
-		[&](size_t position) { return position < source.entries().size() ? &source.entries()[position].value : nullptr; },
-		[&](const Value &map, size_t position, Value &&value)
-		{ map.map()->set(source.entries()[position].name, std::move(value)); });
+	    task, result, Value::emptyMap(), environment,
+	    [&](size_t position) { return position < source.entries().size() ? &source.entries()[position].value : nullptr; },
+	    [&](const Value &map, size_t position, Value &&value) { map.map()->set(source.entries()[position].name, std::move(value)); });
 }
 
 void evaluateProgram_yielding(Task &task, Value &result, const Value &program, Environment &environment)
@@ -185,8 +184,7 @@ const Value *findAttribute(const Value &container, const Name &name, uint32_t &g
 	if (container.isArray())
 	{
 		size_t index = 0;
-		return parseIndex(name.view(), index) && index < container.array()->size() ? &container.array()->fItems[index]
-																						   : nullptr;
+		return parseIndex(name.view(), index) && index < container.array()->size() ? &container.array()->fItems[index] : nullptr;
 	}
 	if (container.isNode())
 	{
@@ -250,20 +248,20 @@ void readOpaque_yielding(Task &task, Value &result, const Value &container, cons
 		{
 			case START:
 				frame.call(CHILD_KNOWN,
-					[&]
-					{
-						const auto node = container.node();
-						if (isPosition(key))
-						{
-							node->accessOMNodeReadOnlyResolved_yielding(self, frame->success, environment.getScope(), nullptr,
-								static_cast<size_t>(key.intPayload()), frame->child);
-						}
-						else
-						{
-							node->accessOMNodeReadOnlyResolved_yielding(
-								self, frame->success, environment.getScope(), nullptr, getAsString(key), frame->child);
-						}
-					});
+				    [&]
+				    {
+					    const auto node = container.node();
+					    if (isPosition(key))
+					    {
+						    node->accessOMNodeReadOnlyResolved_yielding(
+						        self, frame->success, environment.getScope(), nullptr, static_cast<size_t>(key.intPayload()), frame->child);
+					    }
+					    else
+					    {
+						    node->accessOMNodeReadOnlyResolved_yielding(
+						        self, frame->success, environment.getScope(), nullptr, getAsString(key), frame->child);
+					    }
+				    });
 				break;
 			case CHILD_KNOWN:
 				result = frame->child ? Value::fromNode(frame->child) : Value::absent();
@@ -350,8 +348,8 @@ Ref<Environment> enterCall(const OMExpression &place, const Value &callee, Value
 	return makeRef<Environment>(caller, *callee.function(), std::move(thisValue), std::move(arguments));
 }
 
-void callFunction_yielding(Task &task, Value &result, const Value &function, const Value &thisValue, const ValueList &arguments,
-	Environment &caller)
+void callFunction_yielding(
+    Task &task, Value &result, const Value &function, const Value &thisValue, const ValueList &arguments, Environment &caller)
 {
 	struct LocalVariableState : OMFunctionState
 	{
@@ -393,9 +391,7 @@ void callFunction_yielding(Task &task, Value &result, const Value &function, con
 			}
 			case ENTERED:
 				frame.call(BODY_KNOWN,
-					[&] {
-						evaluateOperand(task, frame->value, frame->function.function()->fBody, *frame->callEnvironment.get());
-					});
+				    [&] { evaluateOperand(task, frame->value, frame->function.function()->fBody, *frame->callEnvironment.get()); });
 				break;
 			case BODY_KNOWN:
 				result = std::move(frame->value);

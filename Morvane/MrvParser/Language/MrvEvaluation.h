@@ -117,12 +117,13 @@ bool storeAttribute(const Value &container, const Name &name, Value value);
 // Checks that a value can be called and makes the environment of the call; null with an Error noted when it can't.
 Ref<Environment> enterCall(const OMExpression &place, const Value &callee, Value thisValue, ValueList &&arguments, Environment &caller);
 // Calls a function with values. `thisValue` LAZY: the scope of the caller. What was returned is unwrapped.
-void callFunction_yielding(Task &task, Value &result, const Value &function, const Value &thisValue, const ValueList &arguments,
-	Environment &caller);
+void callFunction_yielding(
+    Task &task, Value &result, const Value &function, const Value &thisValue, const ValueList &arguments, Environment &caller);
 }
 
 template <class State>
-EvaluationFrame<State>::EvaluationFrame(Task &task, Value &result, uint32_t units) : fGuard(units), fFrame(task, result)
+EvaluationFrame<State>::EvaluationFrame(Task &task, Value &result, uint32_t units) : fGuard(units),
+                                                                                     fFrame(task, result)
 {
 	if (fFrame.isFirstEntry() && fGuard.isExceeded()) [[unlikely]]
 	{

@@ -139,7 +139,7 @@ bool ExpressionFactory::registerUnaryOperation(Value &result, UnOp unOp, const V
 }
 
 bool ExpressionFactory::registerTernaryOperation(
-	Value &result, TernOp ternOp, const Value &condition, const Value &first, const Value &second, uint32_t offset)
+    Value &result, TernOp ternOp, const Value &condition, const Value &first, const Value &second, uint32_t offset)
 {
 	if (isConstant(condition))
 	{

@@ -30,8 +30,8 @@ public:
 	bool registerBinaryOperation(Value &result, BinOp binOp, const Value &left, const Value &right, uint32_t offset);
 	// RETURN wraps: a value that is wrapped already stays as it is.
 	bool registerUnaryOperation(Value &result, UnOp unOp, const Value &operand, uint32_t offset);
-	bool registerTernaryOperation(Value &result, TernOp ternOp, const Value &condition, const Value &first, const Value &second,
-		uint32_t offset);
+	bool registerTernaryOperation(
+	    Value &result, TernOp ternOp, const Value &condition, const Value &first, const Value &second, uint32_t offset);
 	// BREAK, DEBUGGER, VAR.
 	bool registerKeywordOperation(Value &result, Token token, uint32_t offset);
 

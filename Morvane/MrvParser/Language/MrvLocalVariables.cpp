@@ -28,7 +28,8 @@ void walk(const Value &root, Visit visit)
 		const size_t begin = pending.size();
 		if (value.isExpression())
 		{
-			static_cast<const OMExpression *>(value.expression())->forEachOperand([&](const Value &operand) { pending.push_back(operand); });
+			static_cast<const OMExpression *>(value.expression())
+			    ->forEachOperand([&](const Value &operand) { pending.push_back(operand); });
 		}
 		else if (value.isArray())
 		{
@@ -98,33 +99,33 @@ void declareAll(const OMExpressionSequence &list, FunctionSignature &signature)
 void scan(const Value &body, FunctionSignature &signature)
 {
 	walk(body,
-		[&](const Value &value)
-		{
-			if (const OMExpressionSequence *statements = asSequence(value, BinOp::SEQUENCE))
-			{
-				const std::vector<Value> &elements = statements->getElements();
-				for (size_t index = 1; index < elements.size(); ++index)
-				{
-					if (isVar(elements[index - 1]))
-					{
-						declare(elements[index], signature);
-						// `var a = 1, b = 2` where the comma list stands behind the `var`.
-						if (const OMExpressionSequence *list = asSequence(elements[index], BinOp::COMMA))
-						{
-							declare(list->getElements()[0], signature);
-							declareAll(*list, signature);
-						}
-					}
-				}
-			}
-			else if (const OMExpressionSequence *list = asSequence(value, BinOp::COMMA))
-			{
-				if (endsInDeclaration(list->getElements()[0]))
-				{
-					declareAll(*list, signature);
-				}
-			}
-		});
+	    [&](const Value &value)
+	    {
+		    if (const OMExpressionSequence *statements = asSequence(value, BinOp::SEQUENCE))
+		    {
+			    const std::vector<Value> &elements = statements->getElements();
+			    for (size_t index = 1; index < elements.size(); ++index)
+			    {
+				    if (isVar(elements[index - 1]))
+				    {
+					    declare(elements[index], signature);
+					    // `var a = 1, b = 2` where the comma list stands behind the `var`.
+					    if (const OMExpressionSequence *list = asSequence(elements[index], BinOp::COMMA))
+					    {
+						    declare(list->getElements()[0], signature);
+						    declareAll(*list, signature);
+					    }
+				    }
+			    }
+		    }
+		    else if (const OMExpressionSequence *list = asSequence(value, BinOp::COMMA))
+		    {
+			    if (endsInDeclaration(list->getElements()[0]))
+			    {
+				    declareAll(*list, signature);
+			    }
+		    }
+	    });
 }
 
 void layOut(const Value &body, FunctionSignature &signature)
@@ -139,33 +140,33 @@ void layOut(const Value &body, FunctionSignature &signature)
 		}
 	};
 	walk(body,
-		[&](const Value &value)
-		{
-			if (value.isFunction() && !value.function()->fSignature->getFunctionName().empty())
-			{
-				signature.addAssignedName(Name(value.function()->fSignature->getFunctionName()));
-			}
-			if (!value.isExpression())
-			{
-				return;
-			}
-			if (value.expression()->getClass() == IExpression::Class::BINARY)
-			{
-				const auto &binary = static_cast<const OMExpressionBinary &>(*value.expression());
-				if (binary.getBinOp() == BinOp::ASSIGN)
-				{
-					addTarget(binary.getLeft());
-				}
-			}
-			else if (value.expression()->getClass() == IExpression::Class::LVALUE_STR)
-			{
-				const auto *name = static_cast<const OMExpressionLValueStr *>(value.expression());
-				if (!name->hasParent())
-				{
-					names.push_back(name);
-				}
-			}
-		});
+	    [&](const Value &value)
+	    {
+		    if (value.isFunction() && !value.function()->fSignature->getFunctionName().empty())
+		    {
+			    signature.addAssignedName(Name(value.function()->fSignature->getFunctionName()));
+		    }
+		    if (!value.isExpression())
+		    {
+			    return;
+		    }
+		    if (value.expression()->getClass() == IExpression::Class::BINARY)
+		    {
+			    const auto &binary = static_cast<const OMExpressionBinary &>(*value.expression());
+			    if (binary.getBinOp() == BinOp::ASSIGN)
+			    {
+				    addTarget(binary.getLeft());
+			    }
+		    }
+		    else if (value.expression()->getClass() == IExpression::Class::LVALUE_STR)
+		    {
+			    const auto *name = static_cast<const OMExpressionLValueStr *>(value.expression());
+			    if (!name->hasParent())
+			    {
+				    names.push_back(name);
+			    }
+		    }
+	    });
 	for (const OMExpressionLValueStr *name : names)
 	{
 		const size_t slot = signature.findSlot(name->getName());

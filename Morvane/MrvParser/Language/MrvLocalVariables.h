@@ -9,7 +9,7 @@ namespace Mrv::LocalVariables
 // elements that commas join to it. Nested functions are not looked into.
 void scan(const Value &body, FunctionSignature &signature);
 
-// Gives a slot to every name that the body may create (by assigning to it, by `++`, by defining a function), and tells every plain name in the
-// body the slot it has.
+// Gives a slot to every name that the body may create (by assigning to it, by `++`, by defining a function), and tells every plain name in
+// the body the slot it has.
 void layOut(const Value &body, FunctionSignature &signature);
 }

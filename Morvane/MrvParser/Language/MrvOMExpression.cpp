@@ -35,21 +35,21 @@ void OMExpression::finishConstruction(bool isDirectByItself, bool isPureByItself
 	bool arePure = true;
 	uint32_t height = 0;
 	forEachOperand(
-		[&](const Value &operand)
-		{
-			arePure = arePure && isPureOperand(operand);
-			if (operand.isExpression())
-			{
-				height = std::max(height, static_cast<const OMExpression *>(operand.expression())->getHeight());
-			}
-		});
+	    [&](const Value &operand)
+	    {
+		    arePure = arePure && isPureOperand(operand);
+		    if (operand.isExpression())
+		    {
+			    height = std::max(height, static_cast<const OMExpression *>(operand.expression())->getHeight());
+		    }
+	    });
 	fHeight = height + 1;
 	fIsDirect = isDirectByItself && arePure;
 	fIsPure = fIsDirect && isPureByItself;
 }
 
 void OMExpression::get_yielding(const std::shared_ptr<Task> &task, std::shared_ptr<IOMNode> &result, AccessType,
-	const std::shared_ptr<OMScope> &scope, ScriptPhase phase) const
+    const std::shared_ptr<OMScope> &scope, ScriptPhase phase) const
 {
 	struct LocalVariableState : OMFunctionState
 	{
@@ -62,7 +62,7 @@ void OMExpression::get_yielding(const std::shared_ptr<Task> &task, std::shared_p
 		DONE = -1
 	};
 
-	SANITY_CHECK(scope, return);
+	SANITY_CHECK(scope, return );
 	if (phase == ScriptPhase::PARSE)
 	{
 		result = nullptr; // what could be folded has been folded by the parser
@@ -87,8 +87,8 @@ void OMExpression::get_yielding(const std::shared_ptr<Task> &task, std::shared_p
 	}
 }
 
-void OMExpression::set_yielding(const std::shared_ptr<Task> &, bool &success, std::shared_ptr<IOMNode> &,
-	const std::shared_ptr<OMScope> &, ScriptPhase) const
+void OMExpression::set_yielding(
+    const std::shared_ptr<Task> &, bool &success, std::shared_ptr<IOMNode> &, const std::shared_ptr<OMScope> &, ScriptPhase) const
 {
 	success = false;
 	LOG_ERROR("setting value on an expression that is no place");

@@ -14,8 +14,8 @@ namespace Mrv
 // A parsed expression, statements included: there is no other program. Made by the factories of its classes, immutable once the
 // parser is done with it, shared freely.
 //
-// An operand is a Value: a constant, a literal Array or Map (a fresh container each time it is evaluated), a Function (defined in the running
-// scope when it has a name), or an Expression.
+// An operand is a Value: a constant, a literal Array or Map (a fresh container each time it is evaluated), a Function (defined in the
+// running scope when it has a name), or an Expression.
 class OMExpression : public IExpression
 {
 public:
@@ -40,14 +40,14 @@ public:
 
 	// The value as a node, in the phase that runs; `PARSE` gives an empty result for what isn't constant.
 	void get_yielding(const std::shared_ptr<Task> &task, std::shared_ptr<IOMNode> &result, AccessType accessType,
-		const std::shared_ptr<OMScope> &scope, ScriptPhase phase) const;
+	    const std::shared_ptr<OMScope> &scope, ScriptPhase phase) const;
 	void get_yielding(const std::shared_ptr<Task> &task, std::shared_ptr<IOMNode> &result, const std::shared_ptr<OMScope> &scope) const
 	{
 		get_yielding(task, result, AccessType::GET, scope, ScriptPhase::RUN);
 	}
 	// Assigns to what the expression denotes. Only l-values can; the others refuse with a log line.
 	virtual void set_yielding(const std::shared_ptr<Task> &task, bool &success, std::shared_ptr<IOMNode> &value,
-		const std::shared_ptr<OMScope> &scope, ScriptPhase phase) const;
+	    const std::shared_ptr<OMScope> &scope, ScriptPhase phase) const;
 
 	// Calls a function for each operand, in order of evaluation.
 	using OperandVisitor = std::function<void(const Value &)>;

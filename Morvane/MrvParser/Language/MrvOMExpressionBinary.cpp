@@ -10,7 +10,9 @@
 namespace Mrv
 {
 OMExpressionBinary::OMExpressionBinary(BinOp binOp, Value left, Value right)
-	: fBinOp(binOp), fNode1(std::move(left)), fNode2(std::move(right))
+    : fBinOp(binOp),
+      fNode1(std::move(left)),
+      fNode2(std::move(right))
 {
 	finishConstruction(!isLoop(), fBinOp != BinOp::ASSIGN);
 	if (fBinOp == BinOp::ASSIGN && fNode2.isExpression() && fNode2.expression()->getClass() == Class::SEQUENCE)
@@ -18,8 +20,8 @@ OMExpressionBinary::OMExpressionBinary(BinOp binOp, Value left, Value right)
 		const auto &sum = static_cast<const OMExpressionSequence &>(*fNode2.expression());
 		const OMExpressionLValue *target = OMExpressionLValue::fromOperand(fNode1);
 		const OMExpressionLValue *first = OMExpressionLValue::fromOperand(sum.getElements()[0]);
-		fIsSelfAppend = sum.getBinOp() == BinOp::ADD && sum.isPure() && target && first && target->isPlainName() &&
-			first->isPlainName() && target->getIdentifier() == first->getIdentifier();
+		fIsSelfAppend = sum.getBinOp() == BinOp::ADD && sum.isPure() && target && first && target->isPlainName() && first->isPlainName() &&
+		                target->getIdentifier() == first->getIdentifier();
 	}
 }
 
@@ -57,8 +59,7 @@ bool OMExpressionBinary::evaluateDirect(Value &result, Environment &environment)
 	}
 	Value left;
 	Value right;
-	if (!Evaluation::evaluateOperandDirect(left, fNode1, environment) ||
-		!Evaluation::evaluateOperandDirect(right, fNode2, environment))
+	if (!Evaluation::evaluateOperandDirect(left, fNode1, environment) || !Evaluation::evaluateOperandDirect(right, fNode2, environment))
 	{
 		return false;
 	}
@@ -143,7 +144,7 @@ bool OMExpressionBinary::appendToVariable(Value &result, Environment &environmen
 	{
 		Value value;
 		if (!Evaluation::evaluateOperandDirect(value, terms[index], environment) || value.isAbsent() || value.isError() ||
-			value.isLeaving())
+		    value.isLeaving())
 		{
 			return false;
 		}

@@ -145,7 +145,7 @@ Value OMExpressionLValue::increment(const Place &place, UnOp unOp, Environment &
 }
 
 void OMExpressionLValue::set_yielding(const std::shared_ptr<Task> &task, bool &success, std::shared_ptr<IOMNode> &value,
-	const std::shared_ptr<OMScope> &scope, ScriptPhase) const
+    const std::shared_ptr<OMScope> &scope, ScriptPhase) const
 {
 	struct LocalVariableState : OMFunctionState
 	{
@@ -158,7 +158,7 @@ void OMExpressionLValue::set_yielding(const std::shared_ptr<Task> &task, bool &s
 		DONE = -1
 	};
 
-	SANITY_CHECK(scope, return);
+	SANITY_CHECK(scope, return );
 	YieldingFrame<LocalVariableState> frame(*task, success);
 	const Value newValue = Value::fromNode(value);
 	while (frame.running())
@@ -240,7 +240,7 @@ void OMExpressionLValue::locateParent_yielding(Task &task, Place &parentPlace, A
 }
 
 OMExpressionLValue::Place OMExpressionLValue::locateChild(
-	const Place &parentPlace, const Value &key, AccessType accessType, Environment &environment) const
+    const Place &parentPlace, const Value &key, AccessType accessType, Environment &environment) const
 {
 	if (parentPlace.kind == Place::Kind::BAD)
 	{
@@ -306,8 +306,7 @@ Value OMExpressionLValue::read(const Place &place, Environment &environment)
 	return found ? Value(found->inPlace()) : Value::absent();
 }
 
-bool OMExpressionLValue::writeAt(
-	Place::Kind kind, const Value &container, const Value &key, Value value, Environment &environment)
+bool OMExpressionLValue::writeAt(Place::Kind kind, const Value &container, const Value &key, Value value, Environment &environment)
 {
 	if (kind == Place::Kind::VARIABLE)
 	{
@@ -324,8 +323,8 @@ bool OMExpressionLValue::write(const Place &place, const Value &value, Environme
 		return false; // has been reported
 	}
 	const bool isWritten = writeAt(place.kind, place.container, place.key, value, environment) &&
-		(place.attachKind == Place::Kind::BAD ||
-			writeAt(place.attachKind, place.attachContainer, place.attachKey, place.created, environment));
+	                       (place.attachKind == Place::Kind::BAD ||
+	                           writeAt(place.attachKind, place.attachContainer, place.attachKey, place.created, environment));
 	if (!isWritten)
 	{
 		Evaluation::fail(*this, getAccessComplaint());
@@ -342,7 +341,7 @@ bool OMExpressionLValue::appendParent(std::string &text, NodeWalk &walk) const
 		return true;
 	}
 	const bool needsBrackets = ExpressionText::operatorValue(fParent) != 0 || fParent.isFunction() ||
-		(fParent.isExpression() && !fParent.expression()->isLValue());
+	                           (fParent.isExpression() && !fParent.expression()->isLValue());
 	return ExpressionText::appendOperand(text, fParent, needsBrackets, walk);
 }
 

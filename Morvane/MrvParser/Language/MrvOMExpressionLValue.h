@@ -17,9 +17,8 @@ public:
 	// The l-value that an operand is, or null.
 	static const OMExpressionLValue *fromOperand(const Value &operand)
 	{
-		return operand.isExpression() && operand.expression()->isLValue()
-			? static_cast<const OMExpressionLValue *>(operand.expression())
-			: nullptr;
+		return operand.isExpression() && operand.expression()->isLValue() ? static_cast<const OMExpressionLValue *>(operand.expression())
+		                                                                  : nullptr;
 	}
 
 	const Value &getParent() const { return fParent; }
@@ -45,7 +44,7 @@ public:
 	virtual Value *findPlainPlace(Environment &) const { return nullptr; }
 
 	void set_yielding(const std::shared_ptr<Task> &task, bool &success, std::shared_ptr<IOMNode> &value,
-		const std::shared_ptr<OMScope> &scope, ScriptPhase phase) const override;
+	    const std::shared_ptr<OMScope> &scope, ScriptPhase phase) const override;
 
 protected:
 	// A place that has been worked out, to be read or written. It holds what the place lies in, never a pointer, so it stays good across

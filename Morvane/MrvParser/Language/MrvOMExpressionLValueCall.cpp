@@ -6,7 +6,8 @@
 namespace Mrv
 {
 OMExpressionLValueCall::OMExpressionLValueCall(Value callee, std::vector<Value> &&arguments)
-	: OMExpressionLValue(std::move(callee)), fArguments(std::move(arguments))
+    : OMExpressionLValue(std::move(callee)),
+      fArguments(std::move(arguments))
 {
 	finishConstruction(false, false);
 }
@@ -56,11 +57,11 @@ void OMExpressionLValueCall::evaluate_yielding(Task &task, Value &result, Enviro
 				if (frame->arguments.size() < fArguments.size())
 				{
 					frame.call(ARGUMENT_KNOWN,
-						[&] { Evaluation::evaluateOperand(task, frame->value, fArguments[frame->arguments.size()], environment); });
+					    [&] { Evaluation::evaluateOperand(task, frame->value, fArguments[frame->arguments.size()], environment); });
 					break;
 				}
 				frame->callEnvironment =
-					Evaluation::enterCall(*this, frame->callee, Value::lazy(), std::move(frame->arguments), environment);
+				    Evaluation::enterCall(*this, frame->callee, Value::lazy(), std::move(frame->arguments), environment);
 				if (!frame->callEnvironment)
 				{
 					result = Value::error();
@@ -75,11 +76,8 @@ void OMExpressionLValueCall::evaluate_yielding(Task &task, Value &result, Enviro
 				frame.goTo(ARGUMENTS);
 				break;
 			case ENTERED:
-				frame.call(BODY_KNOWN,
-					[&] {
-						Evaluation::evaluateOperand(
-							task, frame->value, frame->callee.function()->fBody, *frame->callEnvironment.get());
-					});
+				frame.call(BODY_KNOWN, [&]
+				    { Evaluation::evaluateOperand(task, frame->value, frame->callee.function()->fBody, *frame->callEnvironment.get()); });
 				break;
 			case BODY_KNOWN:
 				result = std::move(frame->value);

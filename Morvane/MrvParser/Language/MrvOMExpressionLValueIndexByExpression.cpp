@@ -6,7 +6,9 @@
 namespace Mrv
 {
 OMExpressionLValueIndexByExpression::OMExpressionLValueIndexByExpression(Value parent, Value index)
-	: OMExpressionLValue(std::move(parent)), fIndexExpression(std::move(index)), fIsConstant(fIndexExpression.isInt())
+    : OMExpressionLValue(std::move(parent)),
+      fIndexExpression(std::move(index)),
+      fIsConstant(fIndexExpression.isInt())
 {
 	finishConstruction(true, true);
 }
@@ -39,7 +41,7 @@ bool OMExpressionLValueIndexByExpression::evaluateDirect(Value &result, Environm
 	Value container;
 	Value index;
 	if (!Evaluation::evaluateOperandDirect(container, fParent, environment) ||
-		!Evaluation::evaluateOperandDirect(index, fIndexExpression, environment))
+	    !Evaluation::evaluateOperandDirect(index, fIndexExpression, environment))
 	{
 		return false;
 	}
@@ -92,11 +94,12 @@ void OMExpressionLValueIndexByExpression::evaluate_yielding(Task &task, Value &r
 				frame->index.dropControl();
 				frame->index.settle();
 				bool isOpaque = false;
-				const Value *place = frame->container.isString() ? nullptr : Evaluation::findIndexed(frame->container, frame->index, isOpaque);
+				const Value *place =
+				    frame->container.isString() ? nullptr : Evaluation::findIndexed(frame->container, frame->index, isOpaque);
 				if (isOpaque)
 				{
 					frame.call(STORED_KNOWN,
-						[&] { Evaluation::readOpaque_yielding(task, frame->stored, frame->container, frame->index, environment); });
+					    [&] { Evaluation::readOpaque_yielding(task, frame->stored, frame->container, frame->index, environment); });
 					break;
 				}
 				if (frame->container.isString())
@@ -124,7 +127,7 @@ bool OMExpressionLValueIndexByExpression::locateDirect(Place &place, Environment
 	Value container;
 	Value index;
 	if (!Evaluation::evaluateOperandDirect(container, fParent, environment) || !(container.isMap() || container.isArray()) ||
-		!Evaluation::evaluateOperandDirect(index, fIndexExpression, environment) || !toKey(index))
+	    !Evaluation::evaluateOperandDirect(index, fIndexExpression, environment) || !toKey(index))
 	{
 		return false;
 	}
@@ -139,7 +142,7 @@ bool OMExpressionLValueIndexByExpression::assignDirect(Value &result, Value &&va
 	Value container;
 	Value index;
 	if (!Evaluation::evaluateOperandDirect(container, fParent, environment) || !(container.isMap() || container.isArray()) ||
-		!Evaluation::evaluateOperandDirect(index, fIndexExpression, environment) || !toKey(index))
+	    !Evaluation::evaluateOperandDirect(index, fIndexExpression, environment) || !toKey(index))
 	{
 		return false;
 	}
@@ -151,8 +154,7 @@ bool OMExpressionLValueIndexByExpression::assignDirect(Value &result, Value &&va
 	return true;
 }
 
-void OMExpressionLValueIndexByExpression::locate_yielding(
-	Task &task, Place &place, AccessType accessType, Environment &environment) const
+void OMExpressionLValueIndexByExpression::locate_yielding(Task &task, Place &place, AccessType accessType, Environment &environment) const
 {
 	struct LocalVariableState : OMFunctionState
 	{

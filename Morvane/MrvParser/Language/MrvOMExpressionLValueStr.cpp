@@ -8,13 +8,18 @@
 namespace Mrv
 {
 OMExpressionLValueStr::OMExpressionLValueStr(Value parent, const std::string &identifier)
-	: OMExpressionLValue(std::move(parent)), fName(identifier), fIsCall(false)
+    : OMExpressionLValue(std::move(parent)),
+      fName(identifier),
+      fIsCall(false)
 {
 	finishConstruction(true, true);
 }
 
 OMExpressionLValueStr::OMExpressionLValueStr(const OMExpressionLValueStr &name, std::vector<Value> &&arguments)
-	: OMExpressionLValue(name.getParent()), fName(name.fName), fIsCall(true), fArguments(std::move(arguments))
+    : OMExpressionLValue(name.getParent()),
+      fName(name.fName),
+      fIsCall(true),
+      fArguments(std::move(arguments))
 {
 	finishConstruction(false, false);
 }
@@ -109,8 +114,7 @@ void OMExpressionLValueStr::evaluateVariable_yielding(Task &task, Value &result,
 				if (variable.found == Environment::Found::OPAQUE)
 				{
 					const Value scope = Value::nodeItself(variable.owner->getScope());
-					frame.call(STORED_KNOWN,
-						[&] { Evaluation::readOpaque_yielding(task, frame->stored, scope, fName.text, environment); });
+					frame.call(STORED_KNOWN, [&] { Evaluation::readOpaque_yielding(task, frame->stored, scope, fName.text, environment); });
 					break;
 				}
 				frame->stored = variable.place ? variable.place->inPlace() : Value::absent();
@@ -157,7 +161,7 @@ void OMExpressionLValueStr::evaluateMember_yielding(Task &task, Value &result, E
 				if (isOpaque)
 				{
 					frame.call(STORED_KNOWN,
-						[&] { Evaluation::readOpaque_yielding(task, frame->stored, frame->container, fName.text, environment); });
+					    [&] { Evaluation::readOpaque_yielding(task, frame->stored, frame->container, fName.text, environment); });
 					break;
 				}
 				frame->stored = place ? place->inPlace() : Value::absent();
@@ -230,8 +234,8 @@ void OMExpressionLValueStr::evaluateCall_yielding(Task &task, Value &result, Env
 			case THIS_KNOWN:
 				if (frame->arguments.size() < fArguments.size())
 				{
-					frame.call(ARGUMENT_KNOWN, [&]
-						{ Evaluation::evaluateOperand(task, frame->value, fArguments[frame->arguments.size()], environment); });
+					frame.call(ARGUMENT_KNOWN,
+					    [&] { Evaluation::evaluateOperand(task, frame->value, fArguments[frame->arguments.size()], environment); });
 					break;
 				}
 				frame.goTo(ARGUMENTS_KNOWN);
@@ -249,10 +253,9 @@ void OMExpressionLValueStr::evaluateCall_yielding(Task &task, Value &result, Env
 			case ARGUMENTS_KNOWN:
 				if (!findCallee(frame->callee, frame->thisNode, environment))
 				{
-					const Value holder =
-						hasParent() ? frame->thisNode : Value::nodeItself(findVariable(environment).owner->getScope());
-					frame.call(CALLEE_FOUND,
-						[&] { Evaluation::readOpaque_yielding(task, frame->callee, holder, fName.text, environment); });
+					const Value holder = hasParent() ? frame->thisNode : Value::nodeItself(findVariable(environment).owner->getScope());
+					frame.call(
+					    CALLEE_FOUND, [&] { Evaluation::readOpaque_yielding(task, frame->callee, holder, fName.text, environment); });
 					break;
 				}
 				frame.goTo(CALLEE_FOUND);
@@ -269,7 +272,8 @@ void OMExpressionLValueStr::evaluateCall_yielding(Task &task, Value &result, Env
 			case CALLEE_KNOWN:
 				if (!frame->callEnvironment)
 				{
-					frame->callEnvironment = Evaluation::enterCall(*this, frame->value, frame->thisNode, std::move(frame->arguments), environment);
+					frame->callEnvironment =
+					    Evaluation::enterCall(*this, frame->value, frame->thisNode, std::move(frame->arguments), environment);
 					frame->callee = std::move(frame->value);
 				}
 				if (!frame->callEnvironment)
@@ -278,11 +282,8 @@ void OMExpressionLValueStr::evaluateCall_yielding(Task &task, Value &result, Env
 					frame.finish();
 					break;
 				}
-				frame.call(BODY_KNOWN,
-					[&] {
-						Evaluation::evaluateOperand(
-							task, frame->value, frame->callee.function()->fBody, *frame->callEnvironment.get());
-					});
+				frame.call(BODY_KNOWN, [&]
+				    { Evaluation::evaluateOperand(task, frame->value, frame->callee.function()->fBody, *frame->callEnvironment.get()); });
 				break;
 			case BODY_KNOWN:
 				result = std::move(frame->value);

@@ -47,6 +47,6 @@ private:
 	const std::vector<Value> fArguments;
 	mutable uint32_t fLayoutId = 0; // 0: in no function, or the name has no slot
 	mutable uint32_t fSlot = 0;
-	mutable uint32_t fGuess = 0;    // position in the outermost map, or in the container
+	mutable uint32_t fGuess = 0; // position in the outermost map, or in the container
 };
 }

@@ -14,17 +14,20 @@ const Value &BuiltinCall::getArgument(size_t index) const
 }
 
 OMExpressionLValueToken::OMExpressionLValueToken(Value parent, Token token)
-	: OMExpressionLValue(std::move(parent)), fToken(token), fHasArgumentList(false), fBuiltin(Builtin::find(token))
+    : OMExpressionLValue(std::move(parent)),
+      fToken(token),
+      fHasArgumentList(false),
+      fBuiltin(Builtin::find(token))
 {
 	finish();
 }
 
 OMExpressionLValueToken::OMExpressionLValueToken(const OMExpressionLValueToken &word, std::vector<Value> &&arguments)
-	: OMExpressionLValue(word.getParent()),
-	  fToken(word.fToken),
-	  fHasArgumentList(true),
-	  fArguments(std::move(arguments)),
-	  fBuiltin(word.fBuiltin)
+    : OMExpressionLValue(word.getParent()),
+      fToken(word.fToken),
+      fHasArgumentList(true),
+      fArguments(std::move(arguments)),
+      fBuiltin(word.fBuiltin)
 {
 	finish();
 }
@@ -100,7 +103,7 @@ void OMExpressionLValueToken::evaluate_yielding(Task &task, Value &result, Envir
 				if (frame->arguments.size() < operandCount())
 				{
 					frame.call(ARGUMENT_KNOWN,
-						[&] { Evaluation::evaluateOperand(task, frame->value, operandAt(frame->arguments.size()), environment); });
+					    [&] { Evaluation::evaluateOperand(task, frame->value, operandAt(frame->arguments.size()), environment); });
 					break;
 				}
 				frame.goTo(RUN);

@@ -120,8 +120,8 @@ void OMExpressionSequence::evaluateStatements_yielding(Task &task, Value &result
 		switch (frame.at<At>())
 		{
 			case ELEMENT:
-				frame.call(ELEMENT_KNOWN,
-					[&] { Evaluation::evaluateOperand(task, frame->value, fNodeSequence[frame->index], environment); });
+				frame.call(
+				    ELEMENT_KNOWN, [&] { Evaluation::evaluateOperand(task, frame->value, fNodeSequence[frame->index], environment); });
 				break;
 			case ELEMENT_KNOWN:
 				++frame->index;

@@ -7,7 +7,10 @@
 namespace Mrv
 {
 OMExpressionTernary::OMExpressionTernary(TernOp ternOp, Value condition, Value first, Value second)
-	: fTernOp(ternOp), fNode1(std::move(condition)), fNode2(std::move(first)), fNode3(std::move(second))
+    : fTernOp(ternOp),
+      fNode1(std::move(condition)),
+      fNode2(std::move(first)),
+      fNode3(std::move(second))
 {
 	finishConstruction(true, true);
 }
@@ -30,7 +33,7 @@ bool OMExpressionTernary::evaluateDirect(Value &result, Environment &environment
 {
 	Value condition;
 	if (!Evaluation::evaluateOperandDirect(condition, fNode1, environment) ||
-		!Evaluation::evaluateOperandDirect(result, choose(condition), environment))
+	    !Evaluation::evaluateOperandDirect(result, choose(condition), environment))
 	{
 		return false;
 	}
@@ -68,7 +71,7 @@ void OMExpressionTernary::evaluate_yielding(Task &task, Value &result, Environme
 				[[fallthrough]];
 			case CHOSEN:
 				frame.call(VALUE_KNOWN,
-					[&] { Evaluation::evaluateOperand(task, frame->value, frame->isFirstChosen ? fNode2 : fNode3, environment); });
+				    [&] { Evaluation::evaluateOperand(task, frame->value, frame->isFirstChosen ? fNode2 : fNode3, environment); });
 				break;
 			case VALUE_KNOWN:
 				result = std::move(frame->value);

@@ -114,8 +114,8 @@ bool OMExpressionUnary::appendText(std::string &text, NodeWalk &walk) const
 	const bool needsBrackets = ExpressionText::bindsLooserThanUnary(fNode);
 	// `- -a` must not become `--a`.
 	const auto *inner = fNode.isExpression() && fNode.expression()->getClass() == Class::UNARY
-		? static_cast<const OMExpressionUnary *>(fNode.expression())
-		: nullptr;
+	                        ? static_cast<const OMExpressionUnary *>(fNode.expression())
+	                        : nullptr;
 	if (inner && !text.empty() && !needsBrackets)
 	{
 		const char *innerPrefix = unOpToPrefixStr(inner->fUnOp);

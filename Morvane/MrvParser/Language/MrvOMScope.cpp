@@ -16,9 +16,9 @@ std::shared_ptr<OMScope> OMScope::factory(const std::shared_ptr<OMScope> &parent
 }
 
 OMScope::OMScope(const std::shared_ptr<OMScope> &parentScope)
-	: OMStored(Value::emptyMap()),
-	  fEnvironment(makeRef<Environment>(*this, parentScope ? &parentScope->getEnvironment() : nullptr)),
-	  fParentScope(parentScope)
+    : OMStored(Value::emptyMap()),
+      fEnvironment(makeRef<Environment>(*this, parentScope ? &parentScope->getEnvironment() : nullptr)),
+      fParentScope(parentScope)
 {
 }
 
@@ -89,7 +89,7 @@ uint64_t OMScope::pushScriptFilePath(const std::string &scriptFilePath)
 
 void OMScope::popScriptFilePath()
 {
-	SANITY_CHECK_AS(!fScriptFileStack.empty(), "! fScriptFileStack.empty()", return);
+	SANITY_CHECK_AS(!fScriptFileStack.empty(), "! fScriptFileStack.empty()", return );
 	fScriptFileStack.pop_back();
 }
 

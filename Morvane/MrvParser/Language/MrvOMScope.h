@@ -27,9 +27,9 @@ public:
 	using OMStored::accessOMNodeResolved_yielding;
 	// Looks a name up along the chain of scopes; writes where the name is found, else here.
 	void accessOMNodeResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
 	void accessOMNodeReadOnlyResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
 
 	bool setValue(Value value) override;
 

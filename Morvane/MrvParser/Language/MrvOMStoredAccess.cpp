@@ -14,7 +14,7 @@ const char *const NEED_WRITE_TO_SET = "not permitted -- need PERMISSION_WRITE";
 
 // The child that a read found, run if it is code.
 void resolve_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-	const std::shared_ptr<IOMNode> &child, std::shared_ptr<IOMNode> &omNode)
+    const std::shared_ptr<IOMNode> &child, std::shared_ptr<IOMNode> &omNode)
 {
 	struct LocalVariableState : OMFunctionState
 	{
@@ -42,8 +42,8 @@ void resolve_yielding(const std::shared_ptr<Task> &task, bool &success, const st
 					break;
 				}
 				frame->stored = child->getPlainValue();
-				frame.call(VALUE_KNOWN,
-					[&] { Evaluation::runStored_yielding(*task, frame->value, frame->stored, scope->getEnvironment()); });
+				frame.call(
+				    VALUE_KNOWN, [&] { Evaluation::runStored_yielding(*task, frame->value, frame->stored, scope->getEnvironment()); });
 				break;
 			case VALUE_KNOWN:
 				success = true;
@@ -90,21 +90,21 @@ bool storeNode(OMStored &owner, const Value &container, size_t index, std::share
 }
 
 void OMStored::accessOMNodeReadOnlyResolved_yielding(const std::shared_ptr<Task> &task, bool &success,
-	const std::shared_ptr<OMScope> &scope, const ArgumentList &, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
+    const std::shared_ptr<OMScope> &scope, const ArgumentList &, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
 {
 	const auto child = getOMNode(attribute);
 	resolve_yielding(task, success, scope, child, omNode);
 }
 
 void OMStored::accessOMNodeReadOnlyResolved_yielding(const std::shared_ptr<Task> &task, bool &success,
-	const std::shared_ptr<OMScope> &scope, const ArgumentList &, size_t index, std::shared_ptr<IOMNode> &omNode)
+    const std::shared_ptr<OMScope> &scope, const ArgumentList &, size_t index, std::shared_ptr<IOMNode> &omNode)
 {
 	const auto child = getOMNode(index);
 	resolve_yielding(task, success, scope, child, omNode);
 }
 
 void OMStored::accessOMNodeUnresolved_yielding(const std::shared_ptr<Task> &, bool &success, const std::shared_ptr<OMScope> &,
-	const ArgumentList &, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
+    const ArgumentList &, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
 {
 	success = true;
 	size_t index = 0;
@@ -138,7 +138,7 @@ void OMStored::accessOMNodeUnresolved_yielding(const std::shared_ptr<Task> &, bo
 }
 
 void OMStored::accessOMNodeUnresolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-	const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode)
+    const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode)
 {
 	if (getValue().isArray() && (accessType == AccessType::SET || accessType == AccessType::GET_CREATE))
 	{
@@ -149,7 +149,7 @@ void OMStored::accessOMNodeUnresolved_yielding(const std::shared_ptr<Task> &task
 }
 
 void OMStored::accessOMNodeResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-	const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
+    const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
 {
 	if (accessType == AccessType::GET)
 	{
@@ -160,7 +160,7 @@ void OMStored::accessOMNodeResolved_yielding(const std::shared_ptr<Task> &task, 
 }
 
 void OMStored::accessOMNodeResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-	const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode)
+    const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode)
 {
 	if (accessType == AccessType::GET)
 	{
@@ -173,7 +173,7 @@ void OMStored::accessOMNodeResolved_yielding(const std::shared_ptr<Task> &task, 
 void OMStored::set_yielding(const std::shared_ptr<Task> &, bool &success, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
 {
 	success = false;
-	SANITY_CHECK_AS(getValue().isMap(), "fType == OMType::Map", return);
+	SANITY_CHECK_AS(getValue().isMap(), "fType == OMType::Map", return );
 	if (!getValue().map()->isWritable(attribute))
 	{
 		LOG_ERROR(NEED_WRITE_TO_SET);
@@ -185,12 +185,12 @@ void OMStored::set_yielding(const std::shared_ptr<Task> &, bool &success, const 
 void OMStored::set_yielding(const std::shared_ptr<Task> &, bool &success, size_t index, std::shared_ptr<IOMNode> &omNode)
 {
 	success = false;
-	SANITY_CHECK_AS(getValue().isArray(), "fType == OMType::Array", return);
+	SANITY_CHECK_AS(getValue().isArray(), "fType == OMType::Array", return );
 	success = omNode && storeNode(*this, getValue(), index, omNode);
 }
 
 void OMStored::eval_yielding(const std::shared_ptr<Task> &task, std::shared_ptr<IOMNode> &result, const std::shared_ptr<OMScope> &scope,
-	HandleReturnValue handleReturnValue)
+    HandleReturnValue handleReturnValue)
 {
 	struct LocalVariableState : OMFunctionState
 	{
@@ -204,7 +204,7 @@ void OMStored::eval_yielding(const std::shared_ptr<Task> &task, std::shared_ptr<
 		DONE = -1
 	};
 
-	SANITY_CHECK(scope, return);
+	SANITY_CHECK(scope, return );
 	YieldingFrame<LocalVariableState> frame(*task, result);
 	while (frame.running())
 	{
@@ -213,7 +213,7 @@ void OMStored::eval_yielding(const std::shared_ptr<Task> &task, std::shared_ptr<
 			case START:
 				frame->program = getValue(); // the script may drop the node that it runs from
 				frame.call(VALUE_KNOWN,
-					[&] { Evaluation::evaluateProgram_yielding(*task, frame->value, frame->program, scope->getEnvironment()); });
+				    [&] { Evaluation::evaluateProgram_yielding(*task, frame->value, frame->program, scope->getEnvironment()); });
 				break;
 			case VALUE_KNOWN:
 				if (handleReturnValue == HandleReturnValue::UNWRAP)
@@ -231,8 +231,8 @@ void OMStored::eval_yielding(const std::shared_ptr<Task> &task, std::shared_ptr<
 
 // --- Scopes: a name is looked for along the chain
 
-void OMScope::accessOMNodeReadOnlyResolved_yielding(const std::shared_ptr<Task> &task, bool &success,
-	const std::shared_ptr<OMScope> &scope, const ArgumentList &, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
+void OMScope::accessOMNodeReadOnlyResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
+    const ArgumentList &, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
 {
 	std::shared_ptr<IOMNode> child;
 	for (Environment *environment = &getEnvironment(); environment && !child; environment = environment->getParent())
@@ -243,7 +243,7 @@ void OMScope::accessOMNodeReadOnlyResolved_yielding(const std::shared_ptr<Task> 
 }
 
 void OMScope::accessOMNodeResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-	const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
+    const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
 {
 	if (accessType == AccessType::SET || accessType == AccessType::GET_CREATE)
 	{
@@ -251,7 +251,7 @@ void OMScope::accessOMNodeResolved_yielding(const std::shared_ptr<Task> &task, b
 		if (variable.found == Environment::Found::YES && variable.owner != &getEnvironment())
 		{
 			variable.owner->getScope()->OMStored::accessOMNodeResolved_yielding(
-				task, success, scope, arguments, accessType, attribute, omNode);
+			    task, success, scope, arguments, accessType, attribute, omNode);
 			return;
 		}
 	}

@@ -44,7 +44,7 @@ private:
 void reportErrorNote(Task &task)
 {
 	Platform::console().write(
-		Platform::StandardStream::ERROR_OUTPUT, (task.fErrorNote.empty() ? "the script ended in an Error" : task.fErrorNote) + "\n");
+	    Platform::StandardStream::ERROR_OUTPUT, (task.fErrorNote.empty() ? "the script ended in an Error" : task.fErrorNote) + "\n");
 	task.fErrorNote.clear();
 }
 
@@ -78,9 +78,9 @@ void parseAndEvalStream_yielding(Task &task, bool &success, const std::shared_pt
 		DONE = -1
 	};
 
-	SANITY_CHECK(scope, return);
+	SANITY_CHECK(scope, return );
 	const auto ioStream = std::dynamic_pointer_cast<IOStreamPrompted>(task.getInputStream());
-	SANITY_CHECK(ioStream, return);
+	SANITY_CHECK(ioStream, return );
 	const bool hasOutput = ioStream->getNestedOutputStream() != nullptr;
 	YieldingFrame<LocalVariableState> frame(task, success);
 	while (frame.running())
@@ -141,11 +141,10 @@ void parseAndEvalStream_yielding(Task &task, bool &success, const std::shared_pt
 				[[fallthrough]];
 			case STATEMENT:
 				frame.call(PARSED,
-					[&]
-					{
-						Parser::parseExpression_yielding(
-							task, frame->isParsed, frame->program, *ioStream, 0, ParseType::EXPRESSION, *frame->context);
-					});
+				    [&] {
+					    Parser::parseExpression_yielding(
+					        task, frame->isParsed, frame->program, *ioStream, 0, ParseType::EXPRESSION, *frame->context);
+				    });
 				break;
 			case PARSED:
 				frame->interactionLevel = InteractionLevel();
@@ -176,7 +175,7 @@ void parseAndEvalStream_yielding(Task &task, bool &success, const std::shared_pt
 				break;
 			case RUN:
 				frame.call(VALUE_KNOWN,
-					[&] { Evaluation::evaluateProgram_yielding(task, frame->value, frame->program, scope->getEnvironment()); });
+				    [&] { Evaluation::evaluateProgram_yielding(task, frame->value, frame->program, scope->getEnvironment()); });
 				break;
 			case VALUE_KNOWN:
 				// `return` at the prompt is worth its value and ends nothing.

@@ -7,8 +7,8 @@ namespace Mrv
 class OMScope;
 class Task;
 
-// The read-eval-print loop over the task's prompted stream: parses a statement, runs it in the scope, prints its value as soon as a blank or
-// the line's end follows it, and goes on until the input ends. `;` drops the value. Prints only where the stream has an output side.
+// The read-eval-print loop over the task's prompted stream: parses a statement, runs it in the scope, prints its value as soon as a blank
+// or the line's end follows it, and goes on until the input ends. `;` drops the value. Prints only where the stream has an output side.
 //
 // With an output side a text that can't be parsed is reported, the rest of its line is dropped, and the loop goes on; without one it ends
 // the loop with `success` false. Yielding.

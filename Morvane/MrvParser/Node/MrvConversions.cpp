@@ -58,7 +58,7 @@ std::string dateToText(int64_t date)
 	const auto twoDigits = [](int number, char fill)
 	{ return number < 10 ? std::string(1, fill) + std::to_string(number) : std::to_string(number); };
 	return std::string(DAYS[weekday]) + ' ' + MONTHS[time.month - 1] + ' ' + twoDigits(time.day, ' ') + ' ' + twoDigits(time.hour, '0') +
-		':' + twoDigits(time.minute, '0') + ':' + twoDigits(time.second, '0') + ' ' + std::to_string(time.year) + '\n';
+	       ':' + twoDigits(time.minute, '0') + ':' + twoDigits(time.second, '0') + ' ' + std::to_string(time.year) + '\n';
 }
 
 void appendInt(std::string &text, int64_t number)
@@ -156,7 +156,7 @@ bool appendSimple(std::string &text, const Value &value, NodeWalk &walk)
 }
 
 bool appendElements(std::string &text, const ArrayContainer &array, const char *separator,
-	bool (*append)(std::string &, const Value &, NodeWalk &), NodeWalk &walk)
+    bool (*append)(std::string &, const Value &, NodeWalk &), NodeWalk &walk)
 {
 	NodeWalk::Step step(walk, &array);
 	for (size_t index = 0; step.isEntered() && index < array.fItems.size(); ++index)

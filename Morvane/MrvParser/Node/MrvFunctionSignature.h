@@ -60,7 +60,9 @@ class FunctionObject final : public HeapObject
 {
 public:
 	FunctionObject(Ref<FunctionSignature> signature, Value body)
-		: HeapObject(Children::SOME), fSignature(std::move(signature)), fBody(std::move(body))
+	    : HeapObject(Children::SOME),
+	      fSignature(std::move(signature)),
+	      fBody(std::move(body))
 	{
 	}
 

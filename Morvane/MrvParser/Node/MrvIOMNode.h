@@ -33,40 +33,40 @@ class IOMNode : public std::enable_shared_from_this<IOMNode>
 public:
 	virtual ~IOMNode() = default;
 
-	// --- Children, yielding. `success` false means that the operation failed and has logged why; a child that isn't there gives a null node
-	// and success true. With SET the node handed in is stored (or, if null, the present child or a new Undefined one).
+	// --- Children, yielding. `success` false means that the operation failed and has logged why; a child that isn't there gives a null
+	// node and success true. With SET the node handed in is stored (or, if null, the present child or a new Undefined one).
 	virtual void accessOMNodeResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) = 0;
+	    const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) = 0;
 	virtual void accessOMNodeResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode) = 0;
+	    const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode) = 0;
 	virtual void accessOMNodeUnresolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) = 0;
+	    const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) = 0;
 	virtual void accessOMNodeUnresolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode) = 0;
+	    const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode) = 0;
 	virtual void accessOMNodeReadOnlyResolved_yielding(const std::shared_ptr<Task> &task, bool &success,
-		const std::shared_ptr<OMScope> &scope, const ArgumentList &arguments, const std::string &attribute,
-		std::shared_ptr<IOMNode> &omNode) = 0;
+	    const std::shared_ptr<OMScope> &scope, const ArgumentList &arguments, const std::string &attribute,
+	    std::shared_ptr<IOMNode> &omNode) = 0;
 	virtual void accessOMNodeReadOnlyResolved_yielding(const std::shared_ptr<Task> &task, bool &success,
-		const std::shared_ptr<OMScope> &scope, const ArgumentList &arguments, size_t index, std::shared_ptr<IOMNode> &omNode) = 0;
+	    const std::shared_ptr<OMScope> &scope, const ArgumentList &arguments, size_t index, std::shared_ptr<IOMNode> &omNode) = 0;
 	virtual void accessOMNodeReadOnlyUnresolved_yielding(const std::shared_ptr<Task> &task, bool &success,
-		const std::shared_ptr<OMScope> &scope, const ArgumentList &arguments, const std::string &attribute,
-		std::shared_ptr<IOMNode> &omNode) = 0;
+	    const std::shared_ptr<OMScope> &scope, const ArgumentList &arguments, const std::string &attribute,
+	    std::shared_ptr<IOMNode> &omNode) = 0;
 	virtual void accessOMNodeReadOnlyUnresolved_yielding(const std::shared_ptr<Task> &task, bool &success,
-		const std::shared_ptr<OMScope> &scope, const ArgumentList &arguments, size_t index, std::shared_ptr<IOMNode> &omNode) = 0;
+	    const std::shared_ptr<OMScope> &scope, const ArgumentList &arguments, size_t index, std::shared_ptr<IOMNode> &omNode) = 0;
 	// Store a node as a child, by pointer. `omNode` is what is stored then.
-	virtual void set_yielding(const std::shared_ptr<Task> &task, bool &success, const std::string &attribute,
-		std::shared_ptr<IOMNode> &omNode) = 0;
+	virtual void set_yielding(
+	    const std::shared_ptr<Task> &task, bool &success, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) = 0;
 	virtual void set_yielding(const std::shared_ptr<Task> &task, bool &success, size_t index, std::shared_ptr<IOMNode> &omNode) = 0;
 	// Store and give what is stored: in a child, or as the node's own value.
-	virtual void setAndAccess_yielding(const std::shared_ptr<Task> &task, bool &success, const std::string &attribute,
-		std::shared_ptr<IOMNode> &omNode) = 0;
-	virtual void setAndAccess_yielding(const std::shared_ptr<Task> &task, bool &success, size_t index,
-		std::shared_ptr<IOMNode> &omNode) = 0;
+	virtual void setAndAccess_yielding(
+	    const std::shared_ptr<Task> &task, bool &success, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) = 0;
+	virtual void setAndAccess_yielding(
+	    const std::shared_ptr<Task> &task, bool &success, size_t index, std::shared_ptr<IOMNode> &omNode) = 0;
 	virtual void setAndAccess_yielding(const std::shared_ptr<Task> &task, bool &success, std::shared_ptr<IOMNode> &omNode) = 0;
 	// Runs what the node holds: an Expression in the scope, the children of an Array or Map each; a named Function is defined in
 	// the scope. Everything else is its own value.
-	virtual void eval_yielding(const std::shared_ptr<Task> &task, std::shared_ptr<IOMNode> &result,
-		const std::shared_ptr<OMScope> &scope, HandleReturnValue handleReturnValue) = 0;
+	virtual void eval_yielding(const std::shared_ptr<Task> &task, std::shared_ptr<IOMNode> &result, const std::shared_ptr<OMScope> &scope,
+	    HandleReturnValue handleReturnValue) = 0;
 
 	// --- Children, at once and without resolving them
 	virtual std::shared_ptr<IOMNode> getOMNode(const std::string &attribute) = 0;

@@ -17,7 +17,7 @@ struct Name
 	bool operator==(const Name &other) const noexcept
 	{
 		return hash == other.hash && text.kind() == other.text.kind() &&
-			   (text.hasSameBits(other.text) || (text.kind() == Value::Kind::STRING && view() == other.view()));
+		       (text.hasSameBits(other.text) || (text.kind() == Value::Kind::STRING && view() == other.view()));
 	}
 
 	Value text; // always a string

@@ -171,8 +171,7 @@ Value NumberScanner::finishInRadix() const
 	}
 	else if (radix == HEXADECIMAL)
 	{
-		const auto outcome =
-			std::from_chars(fDigits.data(), fDigits.data() + fDigits.size(), approximate, std::chars_format::hex);
+		const auto outcome = std::from_chars(fDigits.data(), fDigits.data() + fDigits.size(), approximate, std::chars_format::hex);
 		if (outcome.ec == std::errc::result_out_of_range)
 		{
 			approximate = std::numeric_limits<double>::infinity();

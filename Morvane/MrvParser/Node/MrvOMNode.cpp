@@ -16,54 +16,54 @@ namespace Mrv
 // --- Children: there are none
 
 void OMNode::accessOMNodeResolved_yielding(const std::shared_ptr<Task> &, bool &success, const std::shared_ptr<OMScope> &,
-	const ArgumentList &, AccessType accessType, const std::string &, std::shared_ptr<IOMNode> &omNode)
+    const ArgumentList &, AccessType accessType, const std::string &, std::shared_ptr<IOMNode> &omNode)
 {
 	success = true;
 	omNode = accessType == AccessType::GET_CREATE ? OMStored::errorFactory() : nullptr;
 }
 
 void OMNode::accessOMNodeResolved_yielding(const std::shared_ptr<Task> &, bool &success, const std::shared_ptr<OMScope> &,
-	const ArgumentList &, AccessType accessType, size_t, std::shared_ptr<IOMNode> &omNode)
+    const ArgumentList &, AccessType accessType, size_t, std::shared_ptr<IOMNode> &omNode)
 {
 	success = true;
 	omNode = accessType == AccessType::GET_CREATE ? OMStored::errorFactory() : nullptr;
 }
 
 void OMNode::accessOMNodeUnresolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-	const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
+    const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
 {
 	accessOMNodeResolved_yielding(task, success, scope, arguments, accessType, attribute, omNode);
 }
 
 void OMNode::accessOMNodeUnresolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-	const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode)
+    const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode)
 {
 	accessOMNodeResolved_yielding(task, success, scope, arguments, accessType, index, omNode);
 }
 
 void OMNode::accessOMNodeReadOnlyResolved_yielding(const std::shared_ptr<Task> &, bool &success, const std::shared_ptr<OMScope> &,
-	const ArgumentList &, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
+    const ArgumentList &, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
 {
 	success = true;
 	omNode = getOMNode(attribute);
 }
 
 void OMNode::accessOMNodeReadOnlyResolved_yielding(const std::shared_ptr<Task> &, bool &success, const std::shared_ptr<OMScope> &,
-	const ArgumentList &, size_t index, std::shared_ptr<IOMNode> &omNode)
+    const ArgumentList &, size_t index, std::shared_ptr<IOMNode> &omNode)
 {
 	success = true;
 	omNode = getOMNode(index);
 }
 
 void OMNode::accessOMNodeReadOnlyUnresolved_yielding(const std::shared_ptr<Task> &, bool &success, const std::shared_ptr<OMScope> &,
-	const ArgumentList &, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
+    const ArgumentList &, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
 {
 	success = true;
 	omNode = getOMNode(attribute);
 }
 
 void OMNode::accessOMNodeReadOnlyUnresolved_yielding(const std::shared_ptr<Task> &, bool &success, const std::shared_ptr<OMScope> &,
-	const ArgumentList &, size_t index, std::shared_ptr<IOMNode> &omNode)
+    const ArgumentList &, size_t index, std::shared_ptr<IOMNode> &omNode)
 {
 	success = true;
 	omNode = getOMNode(index);
@@ -79,8 +79,8 @@ void OMNode::set_yielding(const std::shared_ptr<Task> &, bool &success, size_t, 
 	success = false;
 }
 
-void OMNode::setAndAccess_yielding(const std::shared_ptr<Task> &task, bool &success, const std::string &attribute,
-	std::shared_ptr<IOMNode> &omNode)
+void OMNode::setAndAccess_yielding(
+    const std::shared_ptr<Task> &task, bool &success, const std::string &attribute, std::shared_ptr<IOMNode> &omNode)
 {
 	set_yielding(task, success, attribute, omNode);
 }
@@ -96,8 +96,8 @@ void OMNode::setAndAccess_yielding(const std::shared_ptr<Task> &, bool &success,
 	omNode = success ? shared_from_this() : nullptr;
 }
 
-void OMNode::eval_yielding(const std::shared_ptr<Task> &, std::shared_ptr<IOMNode> &result, const std::shared_ptr<OMScope> &,
-	HandleReturnValue)
+void OMNode::eval_yielding(
+    const std::shared_ptr<Task> &, std::shared_ptr<IOMNode> &result, const std::shared_ptr<OMScope> &, HandleReturnValue)
 {
 	result = shared_from_this();
 }
@@ -307,8 +307,8 @@ std::shared_ptr<IOMNode> OMNode::unaryOperation(UnOp unOp, const IOMNode &node)
 	return isOk ? result.toNode() : nullptr;
 }
 
-std::shared_ptr<IOMNode> OMNode::ternaryOperation(TernOp ternOp, const std::shared_ptr<IOMNode> &node1,
-	const std::shared_ptr<IOMNode> &node2, const std::shared_ptr<IOMNode> &node3)
+std::shared_ptr<IOMNode> OMNode::ternaryOperation(
+    TernOp ternOp, const std::shared_ptr<IOMNode> &node1, const std::shared_ptr<IOMNode> &node2, const std::shared_ptr<IOMNode> &node3)
 {
 	SANITY_CHECK(node1, return nullptr);
 	SANITY_CHECK(node2, return nullptr);

@@ -10,31 +10,30 @@ class OMNode : public IOMNode
 {
 public:
 	void accessOMNodeResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
 	void accessOMNodeResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode) override;
 	void accessOMNodeUnresolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
 	void accessOMNodeUnresolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode) override;
 	void accessOMNodeReadOnlyResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
 	void accessOMNodeReadOnlyResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, size_t index, std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, size_t index, std::shared_ptr<IOMNode> &omNode) override;
 	void accessOMNodeReadOnlyUnresolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
 	void accessOMNodeReadOnlyUnresolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, size_t index, std::shared_ptr<IOMNode> &omNode) override;
-	void set_yielding(const std::shared_ptr<Task> &task, bool &success, const std::string &attribute,
-		std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, size_t index, std::shared_ptr<IOMNode> &omNode) override;
+	void set_yielding(
+	    const std::shared_ptr<Task> &task, bool &success, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
 	void set_yielding(const std::shared_ptr<Task> &task, bool &success, size_t index, std::shared_ptr<IOMNode> &omNode) override;
-	void setAndAccess_yielding(const std::shared_ptr<Task> &task, bool &success, const std::string &attribute,
-		std::shared_ptr<IOMNode> &omNode) override;
-	void setAndAccess_yielding(const std::shared_ptr<Task> &task, bool &success, size_t index,
-		std::shared_ptr<IOMNode> &omNode) override;
+	void setAndAccess_yielding(
+	    const std::shared_ptr<Task> &task, bool &success, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
+	void setAndAccess_yielding(const std::shared_ptr<Task> &task, bool &success, size_t index, std::shared_ptr<IOMNode> &omNode) override;
 	void setAndAccess_yielding(const std::shared_ptr<Task> &task, bool &success, std::shared_ptr<IOMNode> &omNode) override;
 	void eval_yielding(const std::shared_ptr<Task> &task, std::shared_ptr<IOMNode> &result, const std::shared_ptr<OMScope> &scope,
-		HandleReturnValue handleReturnValue) override;
+	    HandleReturnValue handleReturnValue) override;
 
 	std::shared_ptr<IOMNode> getOMNode(const std::string &) override { return nullptr; }
 	std::shared_ptr<IOMNode> getOMNode(size_t) override { return nullptr; }
@@ -122,8 +121,8 @@ public:
 	// Operators on nodes. Null when the operator can't act on these operands.
 	static std::shared_ptr<IOMNode> binaryOperation(BinOp binOp, const IOMNode &node1, const IOMNode &node2);
 	static std::shared_ptr<IOMNode> unaryOperation(UnOp unOp, const IOMNode &node);
-	static std::shared_ptr<IOMNode> ternaryOperation(TernOp ternOp, const std::shared_ptr<IOMNode> &node1,
-		const std::shared_ptr<IOMNode> &node2, const std::shared_ptr<IOMNode> &node3);
+	static std::shared_ptr<IOMNode> ternaryOperation(
+	    TernOp ternOp, const std::shared_ptr<IOMNode> &node1, const std::shared_ptr<IOMNode> &node2, const std::shared_ptr<IOMNode> &node3);
 
 protected:
 	OMNode() = default;

@@ -315,8 +315,8 @@ bool OMStored::isResolved(ScriptPhase phase) const
 {
 	if (fValue.isArray() || fValue.isMap())
 	{
-		return forEachChild(fValue,
-			[phase](Value &place, const std::string &) { return OMStored::valueFactory(place.inPlace())->isResolved(phase); });
+		return forEachChild(
+		    fValue, [phase](Value &place, const std::string &) { return OMStored::valueFactory(place.inPlace())->isResolved(phase); });
 	}
 	if (fValue.type() == OMType::Expression)
 	{
@@ -446,14 +446,14 @@ bool OMStored::linkChildren(bool isDataStructure)
 	}
 	releaseOwnership();
 	return forEachChild(fValue,
-		[this](Value &place, const std::string &)
-		{
-			if (place.isCell() && place.node()->getDataStructureParent().get() == this)
-			{
-				return place.node()->setIsDataStructure(false);
-			}
-			return true;
-		});
+	    [this](Value &place, const std::string &)
+	    {
+		    if (place.isCell() && place.node()->getDataStructureParent().get() == this)
+		    {
+			    return place.node()->setIsDataStructure(false);
+		    }
+		    return true;
+	    });
 }
 
 bool OMStored::linkChild(OMStored &owner, Value &place, const std::string &key)

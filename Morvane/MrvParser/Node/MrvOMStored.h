@@ -36,22 +36,22 @@ public:
 	static std::shared_ptr<OMStored> rewrapFactory(const std::shared_ptr<IOMNode> &node);
 
 	void accessOMNodeResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
 	void accessOMNodeResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode) override;
 	void accessOMNodeUnresolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, AccessType accessType, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
 	void accessOMNodeUnresolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, AccessType accessType, size_t index, std::shared_ptr<IOMNode> &omNode) override;
 	void accessOMNodeReadOnlyResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
 	void accessOMNodeReadOnlyResolved_yielding(const std::shared_ptr<Task> &task, bool &success, const std::shared_ptr<OMScope> &scope,
-		const ArgumentList &arguments, size_t index, std::shared_ptr<IOMNode> &omNode) override;
-	void set_yielding(const std::shared_ptr<Task> &task, bool &success, const std::string &attribute,
-		std::shared_ptr<IOMNode> &omNode) override;
+	    const ArgumentList &arguments, size_t index, std::shared_ptr<IOMNode> &omNode) override;
+	void set_yielding(
+	    const std::shared_ptr<Task> &task, bool &success, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) override;
 	void set_yielding(const std::shared_ptr<Task> &task, bool &success, size_t index, std::shared_ptr<IOMNode> &omNode) override;
 	void eval_yielding(const std::shared_ptr<Task> &task, std::shared_ptr<IOMNode> &result, const std::shared_ptr<OMScope> &scope,
-		HandleReturnValue handleReturnValue) override;
+	    HandleReturnValue handleReturnValue) override;
 
 	std::shared_ptr<IOMNode> getOMNode(const std::string &attribute) override;
 	std::shared_ptr<IOMNode> getOMNode(size_t index) override;

@@ -199,7 +199,7 @@ Value indexOperation(const Value &container, const Value &index)
 	if (container.isNode())
 	{
 		const auto child = isPosition ? container.node()->getOMNode(static_cast<size_t>(index.intPayload()))
-									  : container.node()->getOMNode(getAsString(index));
+		                              : container.node()->getOMNode(getAsString(index));
 		return Value::fromNode(child);
 	}
 	return Value();

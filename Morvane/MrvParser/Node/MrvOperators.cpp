@@ -23,60 +23,60 @@ constexpr Texts infix(const char *text)
 
 constexpr size_t BINARY_COUNT = 30;
 constexpr std::array<Texts, BINARY_COUNT> BINARY_TEXTS = {{
-	{},                             // 0
-	{},                             // 1
-	{"", "[", "", "]"},             // INDEX
-	infix(" * "),                   // MULTIPLY
-	infix(" / "),                   // DIVIDE
-	infix(" % "),                   // REMAINDER
-	infix(" + "),                   // ADD
-	infix(" - "),                   // SUBTRACT
-	infix(" << "),                  // SHIFT_LEFT
-	infix(" >> "),                  // SHIFT_RIGHT
-	infix(" < "),                   // LT
-	infix(" <= "),                  // LE
-	infix(" > "),                   // GT
-	infix(" >= "),                  // GE
-	infix(" == "),                  // EQ
-	infix(" === "),                 // IDENTICAL
-	infix(" !== "),                 // NOT_IDENTICAL
-	infix(" != "),                  // NE
-	infix(" & "),                   // BIT_AND
-	infix(" ^ "),                   // BIT_XOR
-	infix(" | "),                   // BIT_OR
-	infix(" && "),                  // BOOL_AND
-	infix(" || "),                  // BOOL_OR
-	{},                             // TERNARY
-	infix(" = "),                   // ASSIGN
-	infix(", "),                    // COMMA
-	infix("; "),                    // SEQUENCE
-	{},                             // 27
-	{"while (", ") {", "", "}"},    // WHILE
-	{"do {", "} while (", "", ")"}, // DO_WHILE
+    {},                             // 0
+    {},                             // 1
+    {"", "[", "", "]"},             // INDEX
+    infix(" * "),                   // MULTIPLY
+    infix(" / "),                   // DIVIDE
+    infix(" % "),                   // REMAINDER
+    infix(" + "),                   // ADD
+    infix(" - "),                   // SUBTRACT
+    infix(" << "),                  // SHIFT_LEFT
+    infix(" >> "),                  // SHIFT_RIGHT
+    infix(" < "),                   // LT
+    infix(" <= "),                  // LE
+    infix(" > "),                   // GT
+    infix(" >= "),                  // GE
+    infix(" == "),                  // EQ
+    infix(" === "),                 // IDENTICAL
+    infix(" !== "),                 // NOT_IDENTICAL
+    infix(" != "),                  // NE
+    infix(" & "),                   // BIT_AND
+    infix(" ^ "),                   // BIT_XOR
+    infix(" | "),                   // BIT_OR
+    infix(" && "),                  // BOOL_AND
+    infix(" || "),                  // BOOL_OR
+    {},                             // TERNARY
+    infix(" = "),                   // ASSIGN
+    infix(", "),                    // COMMA
+    infix("; "),                    // SEQUENCE
+    {},                             // 27
+    {"while (", ") {", "", "}"},    // WHILE
+    {"do {", "} while (", "", ")"}, // DO_WHILE
 }};
 
 constexpr size_t UNARY_COUNT = 12;
 constexpr std::array<Texts, UNARY_COUNT> UNARY_TEXTS = {{
-	{},                        // 0
-	{},                        // 1
-	{"--", "", "", ""},        // PRE_DECREMENT
-	{"++", "", "", ""},        // PRE_INCREMENT
-	{"", "", "", "--"},        // POST_DECREMENT
-	{"", "", "", "++"},        // POST_INCREMENT
-	{"-", "", "", ""},         // NEGATIVE
-	{"+", "", "", ""},         // POSITIVE
-	{"! ", "", "", ""},        // BOOL_NOT
-	{"~ ", "", "", ""},        // BIT_NOT
-	{"typeof ", "", "", ""},   // TYPEOF
-	{"return ", "", "", ""},   // RETURN
+    {},                      // 0
+    {},                      // 1
+    {"--", "", "", ""},      // PRE_DECREMENT
+    {"++", "", "", ""},      // PRE_INCREMENT
+    {"", "", "", "--"},      // POST_DECREMENT
+    {"", "", "", "++"},      // POST_INCREMENT
+    {"-", "", "", ""},       // NEGATIVE
+    {"+", "", "", ""},       // POSITIVE
+    {"! ", "", "", ""},      // BOOL_NOT
+    {"~ ", "", "", ""},      // BIT_NOT
+    {"typeof ", "", "", ""}, // TYPEOF
+    {"return ", "", "", ""}, // RETURN
 }};
 
 constexpr size_t TERNARY_COUNT = 4;
 constexpr std::array<Texts, TERNARY_COUNT> TERNARY_TEXTS = {{
-	{},                                     // 0
-	{},                                     // 1
-	{"", " ? ", " : ", ""},                 // CONDITIONAL
-	{"if (", ") {", "} else {", "}"},       // IF_ELSE
+    {},                               // 0
+    {},                               // 1
+    {"", " ? ", " : ", ""},           // CONDITIONAL
+    {"if (", ") {", "} else {", "}"}, // IF_ELSE
 }};
 
 template <size_t COUNT, class Operator>

@@ -243,7 +243,7 @@ private:
 	const Value &cellValue() const noexcept;
 
 	Kind fKind;
-	uint8_t fFlags; // RETURNED, and the length of a short string
+	uint8_t fFlags;                     // RETURNED, and the length of a short string
 	char fBytes[SHORT_STRING_CAPACITY]; // a short string, or the payload in the last 8
 };
 static_assert(sizeof(Value) == 16);

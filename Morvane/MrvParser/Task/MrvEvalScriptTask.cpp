@@ -8,12 +8,14 @@
 namespace Mrv
 {
 EvalScriptTask::EvalScriptTask(std::shared_ptr<OMScope> scope, HandleReturnValue handleReturnValue)
-	: Task(NO_TIMEOUT), fScope(std::move(scope)), fHandleReturnValue(handleReturnValue)
+    : Task(NO_TIMEOUT),
+      fScope(std::move(scope)),
+      fHandleReturnValue(handleReturnValue)
 {
 }
 
 std::shared_ptr<EvalScriptTask> EvalScriptTask::factory(
-	const std::shared_ptr<OMScope> &scope, const std::string &scriptFilePath, HandleReturnValue handleReturnValue)
+    const std::shared_ptr<OMScope> &scope, const std::string &scriptFilePath, HandleReturnValue handleReturnValue)
 {
 	SANITY_CHECK(scope, return nullptr);
 	auto task = std::make_shared<EvalScriptTask>(scope, handleReturnValue);
@@ -23,18 +25,18 @@ std::shared_ptr<EvalScriptTask> EvalScriptTask::factory(
 }
 
 std::shared_ptr<EvalScriptTask> EvalScriptTask::streamFactory(const std::shared_ptr<OMScope> &scope, std::shared_ptr<InputStream> stream,
-	const std::string &sourceName, HandleReturnValue handleReturnValue)
+    const std::string &sourceName, HandleReturnValue handleReturnValue)
 {
 	SANITY_CHECK(scope, return nullptr);
 	auto task = std::make_shared<EvalScriptTask>(scope, handleReturnValue);
-	task->fSource = ScriptEvaluation::Source{
-		std::move(stream), std::make_unique<ParseContext>(sourceName, ParseContext::FirstLine::MAY_BE_DIRECTIVE)};
+	task->fSource =
+	    ScriptEvaluation::Source{std::move(stream), std::make_unique<ParseContext>(sourceName, ParseContext::FirstLine::MAY_BE_DIRECTIVE)};
 	registerTask(task);
 	return task;
 }
 
 std::shared_ptr<IOMNode> EvalScriptTask::call(
-	const std::shared_ptr<OMScope> &scope, const std::string &scriptFilePath, HandleReturnValue handleReturnValue)
+    const std::shared_ptr<OMScope> &scope, const std::string &scriptFilePath, HandleReturnValue handleReturnValue)
 {
 	const auto evalScript = factory(scope, scriptFilePath, handleReturnValue);
 	SANITY_CHECK_AS(evalScript, "task", return nullptr);
@@ -63,20 +65,18 @@ void EvalScriptTask::timeslice()
 				if (fSource)
 				{
 					frame.call(VALUE_KNOWN,
-						[&]
-						{
-							ScriptEvaluation::evaluateSource_yielding(
-								*this, fValue, fIsParsed, *fSource, fScope->getEnvironment(), fHandleReturnValue);
-						});
+					    [&] {
+						    ScriptEvaluation::evaluateSource_yielding(
+						        *this, fValue, fIsParsed, *fSource, fScope->getEnvironment(), fHandleReturnValue);
+					    });
 				}
 				else
 				{
 					frame.call(VALUE_KNOWN,
-						[&]
-						{
-							ScriptEvaluation::evalScript_yielding(
-								*this, fValue, fIsParsed, fScriptFilePath, fScope->getEnvironment(), fHandleReturnValue);
-						});
+					    [&] {
+						    ScriptEvaluation::evalScript_yielding(
+						        *this, fValue, fIsParsed, fScriptFilePath, fScope->getEnvironment(), fHandleReturnValue);
+					    });
 				}
 				break;
 			case VALUE_KNOWN:

@@ -7,12 +7,15 @@
 namespace Mrv
 {
 EvalTask::EvalTask(std::shared_ptr<IOMNode> node, std::shared_ptr<OMScope> scope, HandleReturnValue handleReturnValue)
-	: Task(NO_TIMEOUT), fNode(std::move(node)), fScope(std::move(scope)), fHandleReturnValue(handleReturnValue)
+    : Task(NO_TIMEOUT),
+      fNode(std::move(node)),
+      fScope(std::move(scope)),
+      fHandleReturnValue(handleReturnValue)
 {
 }
 
 std::shared_ptr<EvalTask> EvalTask::factory(
-	const std::shared_ptr<IOMNode> &node, const std::shared_ptr<OMScope> &scope, HandleReturnValue handleReturnValue)
+    const std::shared_ptr<IOMNode> &node, const std::shared_ptr<OMScope> &scope, HandleReturnValue handleReturnValue)
 {
 	SANITY_CHECK(node, return nullptr);
 	SANITY_CHECK(scope, return nullptr);
@@ -22,7 +25,7 @@ std::shared_ptr<EvalTask> EvalTask::factory(
 }
 
 std::shared_ptr<IOMNode> EvalTask::call(
-	const std::shared_ptr<IOMNode> &node, const std::shared_ptr<OMScope> &scope, HandleReturnValue handleReturnValue)
+    const std::shared_ptr<IOMNode> &node, const std::shared_ptr<OMScope> &scope, HandleReturnValue handleReturnValue)
 {
 	const auto eval = factory(node, scope, handleReturnValue);
 	SANITY_CHECK_AS(eval, "task", return nullptr);

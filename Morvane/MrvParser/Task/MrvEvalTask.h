@@ -12,10 +12,10 @@ class EvalTask final : public Task
 {
 public:
 	static std::shared_ptr<EvalTask> factory(
-		const std::shared_ptr<IOMNode> &node, const std::shared_ptr<OMScope> &scope, HandleReturnValue handleReturnValue);
+	    const std::shared_ptr<IOMNode> &node, const std::shared_ptr<OMScope> &scope, HandleReturnValue handleReturnValue);
 	// Runs it to its end; the value, or null.
 	static std::shared_ptr<IOMNode> call(
-		const std::shared_ptr<IOMNode> &node, const std::shared_ptr<OMScope> &scope, HandleReturnValue handleReturnValue);
+	    const std::shared_ptr<IOMNode> &node, const std::shared_ptr<OMScope> &scope, HandleReturnValue handleReturnValue);
 
 	EvalTask(std::shared_ptr<IOMNode> node, std::shared_ptr<OMScope> scope, HandleReturnValue handleReturnValue);
 

@@ -9,12 +9,13 @@
 namespace Mrv
 {
 ParseAndEvalStreamTask::ParseAndEvalStreamTask(std::shared_ptr<OMScope> scope, const std::shared_ptr<IOStreamPrompted> &stream)
-	: Task(NO_TIMEOUT, stream), fScope(std::move(scope))
+    : Task(NO_TIMEOUT, stream),
+      fScope(std::move(scope))
 {
 }
 
 std::shared_ptr<ParseAndEvalStreamTask> ParseAndEvalStreamTask::factory(
-	const std::shared_ptr<OMScope> &scope, const std::shared_ptr<IOStreamPrompted> &stream)
+    const std::shared_ptr<OMScope> &scope, const std::shared_ptr<IOStreamPrompted> &stream)
 {
 	SANITY_CHECK(scope, return nullptr);
 	SANITY_CHECK_AS(stream, "ioStream", return nullptr);

@@ -13,7 +13,7 @@ class ParseAndEvalStreamTask final : public Task
 {
 public:
 	static std::shared_ptr<ParseAndEvalStreamTask> factory(
-		const std::shared_ptr<OMScope> &scope, const std::shared_ptr<IOStreamPrompted> &stream);
+	    const std::shared_ptr<OMScope> &scope, const std::shared_ptr<IOStreamPrompted> &stream);
 
 	ParseAndEvalStreamTask(std::shared_ptr<OMScope> scope, const std::shared_ptr<IOStreamPrompted> &stream);
 	void exit() override;

@@ -8,7 +8,10 @@
 namespace Mrv
 {
 ParseTask::ParseTask(std::shared_ptr<OMStored> target, std::string text)
-	: Task(NO_TIMEOUT), fTarget(std::move(target)), fStream(std::make_shared<InputStreamString>(std::move(text))), fContext("text")
+    : Task(NO_TIMEOUT),
+      fTarget(std::move(target)),
+      fStream(std::make_shared<InputStreamString>(std::move(text))),
+      fContext("text")
 {
 }
 
@@ -48,8 +51,8 @@ void ParseTask::timeslice()
 		switch (frame.at<At>())
 		{
 			case START:
-				frame.call(PARSED,
-					[&] { Parser::parseExpressionList_yielding(*this, frame->isParsed, frame->program, *fStream, fContext); });
+				frame.call(
+				    PARSED, [&] { Parser::parseExpressionList_yielding(*this, frame->isParsed, frame->program, *fStream, fContext); });
 				break;
 			case PARSED:
 				fSuccess = fTarget->setValue(frame->isParsed ? std::move(frame->program) : Value()) && frame->isParsed;
