@@ -82,7 +82,7 @@ inline bool evaluateOperandDirect(Value &result, const Value &operand, Environme
 		const auto *expression = static_cast<const OMExpression *>(operand.expression());
 		return expression->isPure() && expression->evaluateDirect(result, environment);
 	}
-	if (operand.isFunction())
+	if (operand.isFunction() || (operand.isArray() && !operand.array()->fIsData) || (operand.isMap() && !operand.map()->fIsData))
 	{
 		return false;
 	}
