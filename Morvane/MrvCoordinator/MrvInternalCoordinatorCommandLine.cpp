@@ -73,7 +73,7 @@ bool InternalCoordinator::parseCommandLineArgs(int argc, char **argv)
 			launchArgs.emplace_back(argument);
 			continue;
 		}
-		std::vector<std::string> &values = switches[static_cast<size_t>(argument[1])];
+		std::vector<std::string> &values = switches[static_cast<unsigned char>(argument[1])];
 		if (!takesValue(argument[1]))
 		{
 			values.emplace_back();
@@ -93,7 +93,7 @@ bool InternalCoordinator::parseCommandLineArgs(int argc, char **argv)
 	}
 	for (const char letter : {'n', 'N'})
 	{
-		std::vector<std::string> &names = switches[static_cast<size_t>(letter)];
+		std::vector<std::string> &names = switches[static_cast<unsigned char>(letter)];
 		if (names.size() > 1)
 		{
 			names.erase(names.begin(), names.end() - 1); // the last one holds

@@ -101,7 +101,7 @@ const bool isRegistered = []
 	{
 		if (endsWith(name, ".md"))
 		{
-			addDocument(name.substr(0, name.size() - 3), std::string(MORVANE_DOCS) + "/" + name);
+			addDocument(name.substr(0, name.size() - 3), std::string(MORVANE_DOCS).append("/").append(name));
 		}
 	}
 	addDocument("front_page", std::string(MORVANE_DOCS) + "/../README.md");

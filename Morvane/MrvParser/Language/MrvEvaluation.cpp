@@ -57,7 +57,7 @@ namespace
 {
 // The children of a literal one after the other. `childAt` gives the child of a position, null at the end.
 template <class ChildAt, class Store>
-void evaluateChildren_yielding(Task &task, Value &result, Value empty, Environment &environment, ChildAt childAt, Store store)
+void evaluateChildren_yielding(Task &task, Value &result, const Value &empty, Environment &environment, ChildAt childAt, Store store)
 {
 	struct LocalVariableState : OMFunctionState
 	{
@@ -79,7 +79,7 @@ void evaluateChildren_yielding(Task &task, Value &result, Value empty, Environme
 		switch (frame.template at<At>())
 		{
 			case START:
-				frame->container = std::move(empty);
+				frame->container = empty;
 				frame.goTo(CHILD);
 				[[fallthrough]];
 			case CHILD:
@@ -250,7 +250,7 @@ void readOpaque_yielding(Task &task, Value &result, const Value &container, cons
 				frame.call(CHILD_KNOWN,
 				    [&]
 				    {
-					    const auto node = container.node();
+					    const std::shared_ptr<IOMNode> &node = container.node();
 					    if (isPosition(key))
 					    {
 						    node->accessOMNodeReadOnlyResolved_yielding(
@@ -391,7 +391,7 @@ void callFunction_yielding(
 			}
 			case ENTERED:
 				frame.call(BODY_KNOWN,
-				    [&] { evaluateOperand(task, frame->value, frame->function.function()->fBody, *frame->callEnvironment.get()); });
+				    [&] { evaluateOperand(task, frame->value, frame->function.function()->fBody, *frame->callEnvironment); });
 				break;
 			case BODY_KNOWN:
 				result = std::move(frame->value);

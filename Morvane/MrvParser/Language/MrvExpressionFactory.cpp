@@ -89,9 +89,8 @@ bool ExpressionFactory::registerBinaryOperation(Value &result, BinOp binOp, cons
 	{
 		if (OMExpressionSequence *sequence = sequenceOf(left, binOp))
 		{
-			const Value whole = left;
 			sequence->append(right);
-			result = whole;
+			result = Value::expression(Ref<IExpression>(sequence));
 			return sequence->getHeight() <= MAX_HEIGHT || refuse(result, "nesting limit reached");
 		}
 	}

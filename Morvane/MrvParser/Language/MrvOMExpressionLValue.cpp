@@ -130,7 +130,7 @@ Value OMExpressionLValue::increment(const Place &place, UnOp unOp, Environment &
 	{
 		return Value::error();
 	}
-	const Value old = read(place, environment);
+	Value old = read(place, environment);
 	if (old.isAbsent())
 	{
 		return Evaluation::failAbsent(*this, Value::expression(Ref<IExpression>(const_cast<OMExpressionLValue *>(this))));

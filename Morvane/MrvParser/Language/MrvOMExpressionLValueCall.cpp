@@ -77,7 +77,7 @@ void OMExpressionLValueCall::evaluate_yielding(Task &task, Value &result, Enviro
 				break;
 			case ENTERED:
 				frame.call(BODY_KNOWN, [&]
-				    { Evaluation::evaluateOperand(task, frame->value, frame->callee.function()->fBody, *frame->callEnvironment.get()); });
+				    { Evaluation::evaluateOperand(task, frame->value, frame->callee.function()->fBody, *frame->callEnvironment); });
 				break;
 			case BODY_KNOWN:
 				result = std::move(frame->value);

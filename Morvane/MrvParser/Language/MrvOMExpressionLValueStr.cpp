@@ -284,7 +284,7 @@ void OMExpressionLValueStr::evaluateCall_yielding(Task &task, Value &result, Env
 					break;
 				}
 				frame.call(BODY_KNOWN, [&]
-				    { Evaluation::evaluateOperand(task, frame->value, frame->callee.function()->fBody, *frame->callEnvironment.get()); });
+				    { Evaluation::evaluateOperand(task, frame->value, frame->callee.function()->fBody, *frame->callEnvironment); });
 				break;
 			case BODY_KNOWN:
 				result = std::move(frame->value);

@@ -21,6 +21,7 @@ public:
 
 	HeapObject(const HeapObject &) = delete;
 	HeapObject &operator=(const HeapObject &) = delete;
+	virtual ~HeapObject() = default;
 
 	void retain() const noexcept { ++fReferenceCount; }
 
@@ -36,7 +37,6 @@ public:
 
 protected:
 	explicit HeapObject(Children children) noexcept : fChildren(children) {}
-	virtual ~HeapObject() = default;
 
 private:
 	static void destroy(HeapObject *object) noexcept;
@@ -55,7 +55,7 @@ class Ref
 {
 public:
 	Ref() noexcept = default;
-	Ref(std::nullptr_t) noexcept {}
+	Ref(std::nullptr_t) noexcept {} // NOLINT(google-explicit-constructor): a pointer like any other
 	explicit Ref(T *object) noexcept : fObject(object)
 	{
 		if (fObject)
@@ -66,7 +66,7 @@ public:
 	Ref(const Ref &other) noexcept : Ref(other.fObject) {}
 	Ref(Ref &&other) noexcept : fObject(std::exchange(other.fObject, nullptr)) {}
 	template <class U>
-	Ref(const Ref<U> &other) noexcept : Ref(static_cast<T *>(other.get()))
+	Ref(const Ref<U> &other) noexcept // NOLINT(google-explicit-constructor): a pointer to a derived class is one to its base : Ref(static_cast<T *>(other.get()))
 	{
 	}
 	~Ref()

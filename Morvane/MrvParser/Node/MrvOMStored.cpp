@@ -269,7 +269,7 @@ std::shared_ptr<IOMNode> OMStored::pop()
 	}
 	ArrayContainer &array = *fValue.array();
 	unlinkChild(array.fDataStructureOwner, array.fItems.back());
-	const auto node = array.fItems.back().toNode();
+	auto node = array.fItems.back().toNode();
 	array.fItems.pop_back();
 	return node;
 }

@@ -40,7 +40,7 @@ Value Value::string(std::string &&text)
 	return string(std::string_view(text));
 }
 
-Value Value::array(Ref<ArrayContainer> container) noexcept
+Value Value::array(const Ref<ArrayContainer> &container) noexcept
 {
 	return Value(Kind::ARRAY, container.get());
 }
@@ -50,7 +50,7 @@ Value Value::emptyArray()
 	return Value(Kind::ARRAY, new ArrayContainer());
 }
 
-Value Value::map(Ref<MapContainer> container) noexcept
+Value Value::map(const Ref<MapContainer> &container) noexcept
 {
 	return Value(Kind::MAP, container.get());
 }
@@ -60,12 +60,12 @@ Value Value::emptyMap()
 	return Value(Kind::MAP, new MapContainer());
 }
 
-Value Value::expression(Ref<IExpression> expression) noexcept
+Value Value::expression(const Ref<IExpression> &expression) noexcept
 {
 	return Value(Kind::EXPRESSION, expression.get());
 }
 
-Value Value::function(Ref<FunctionObject> function) noexcept
+Value Value::function(const Ref<FunctionObject> &function) noexcept
 {
 	return Value(Kind::FUNCTION, function.get());
 }

@@ -112,10 +112,9 @@ public:
 	void setBoolean(bool value) noexcept { setPlain(Kind::BOOL, value ? 1 : 0); }
 	void swap(Value &other) noexcept
 	{
-		uint64_t bits[2];
-		std::memcpy(bits, &other, sizeof bits);
-		std::memcpy(static_cast<void *>(&other), this, sizeof bits);
-		std::memcpy(static_cast<void *>(this), bits, sizeof bits);
+		const Bits own = bits();
+		copyBits(other);
+		std::memcpy(static_cast<void *>(&other), &own, sizeof own);
 	}
 
 	static Value absent() noexcept { return Value(Kind::ABSENT); }
@@ -135,12 +134,12 @@ public:
 	static Value string(std::string_view text);
 	static Value string(std::string &&text);
 	static Value string(const char *text) { return string(std::string_view(text)); }
-	static Value array(Ref<ArrayContainer> container) noexcept;
+	static Value array(const Ref<ArrayContainer> &container) noexcept;
 	static Value emptyArray();
-	static Value map(Ref<MapContainer> container) noexcept;
+	static Value map(const Ref<MapContainer> &container) noexcept;
 	static Value emptyMap();
-	static Value expression(Ref<IExpression> expression) noexcept;
-	static Value function(Ref<FunctionObject> function) noexcept;
+	static Value expression(const Ref<IExpression> &expression) noexcept;
+	static Value function(const Ref<FunctionObject> &function) noexcept;
 	// The value of a node: what it holds if it is a plain stored value, else the node itself. Null gives Undefined.
 	static Value fromNode(const std::shared_ptr<IOMNode> &node);
 	// The node itself, also when it is a stored value: what `this` is.
@@ -220,30 +219,36 @@ public:
 	Value &inPlace() noexcept { return fKind == Kind::CELL ? const_cast<Value &>(cellValue()) : *this; }
 
 	// Same kind and same bits: enough for scalars and short strings, identity for what is on the heap.
-	bool hasSameBits(const Value &other) const noexcept { return std::memcmp(this, &other, sizeof(Value)) == 0; }
+	bool hasSameBits(const Value &other) const noexcept
+	{
+		const Bits own = bits();
+		const Bits others = other.bits();
+		return own.words[0] == others.words[0] && own.words[1] == others.words[1];
+	}
 
 private:
-	static constexpr uint8_t RETURNED = 0x80;
-	static constexpr uint8_t LENGTH_MASK = 0x0f;
-	static constexpr uint32_t HEAP_KINDS = (1u << 7) | (1u << 8) | (1u << 9) | (1u << 10) | (1u << 12) | (1u << 16) | (1u << 17);
-
 	struct Bits
 	{
-		uint64_t words[2];
+		uint64_t words[2] = {};
 	};
 
 	Bits bits() const noexcept
 	{
-		Bits copy;
-		std::memcpy(&copy, this, sizeof copy);
+		Bits copy{};
+		std::memcpy(&copy, static_cast<const void *>(this), sizeof copy);
 		return copy;
 	}
+
+	static constexpr uint8_t RETURNED = 0x80;
+	static constexpr uint8_t LENGTH_MASK = 0x0f;
+	static constexpr uint32_t HEAP_KINDS = (1u << 7) | (1u << 8) | (1u << 9) | (1u << 10) | (1u << 12) | (1u << 16) | (1u << 17);
+
 	// Takes over the bits of another value, references included, and lets go of what was held, last of all: that may run destructors.
 	template <class Source>
 	void replaceBy(const Source &source) noexcept
 	{
 		HeapObject *old = isHeap() ? object() : nullptr;
-		std::memcpy(static_cast<void *>(this), &source, sizeof(Value));
+		std::memcpy(static_cast<void *>(this), static_cast<const void *>(&source), sizeof(Value));
 		if (old) [[unlikely]]
 		{
 			old->release();
@@ -270,7 +275,7 @@ private:
 
 	bool isHeap() const noexcept { return ((HEAP_KINDS >> static_cast<uint8_t>(fKind)) & 1u) != 0; }
 	HeapObject *object() const noexcept { return reinterpret_cast<HeapObject *>(word()); }
-	void copyBits(const Value &other) noexcept { std::memcpy(static_cast<void *>(this), &other, sizeof(Value)); }
+	void copyBits(const Value &other) noexcept { std::memcpy(static_cast<void *>(this), static_cast<const void *>(&other), sizeof(Value)); }
 	void setBare(Kind kind) noexcept
 	{
 		std::memset(static_cast<void *>(this), 0, sizeof(Value));
@@ -278,7 +283,7 @@ private:
 	}
 	uint64_t word() const noexcept
 	{
-		uint64_t value;
+		uint64_t value = 0;
 		std::memcpy(&value, fBytes + 6, sizeof value);
 		return value;
 	}
@@ -303,7 +308,7 @@ inline Value Value::integer(OMInt value) noexcept
 
 inline Value Value::floating(double value) noexcept
 {
-	uint64_t bits;
+	uint64_t bits = 0;
 	std::memcpy(&bits, &value, sizeof bits);
 	return Value(Kind::FLOAT, bits);
 }
@@ -324,7 +329,7 @@ inline Value Value::number(double value) noexcept
 
 inline double Value::floatPayload() const noexcept
 {
-	double value;
+	double value = 0;
 	std::memcpy(&value, fBytes + 6, sizeof value);
 	return value;
 }
