@@ -458,10 +458,10 @@ void checkDepth()
 		EXPECT_EQ(compareEqual(deep, nest(1000, isMap)), Comparison::YES);
 		EXPECT_EQ(computeHash(deep), computeHash(cloneValue(deep, ALL_LEVELS)));
 
-		const Value tooDeep = nest(100'000, isMap);
+		const Value tooDeep = nest(20'000, isMap);
 		EXPECT_EQ(toString(tooDeep), "error");
 		EXPECT_LOG("toString: nesting limit reached");
-		EXPECT_EQ(compareEqual(tooDeep, nest(100'000, isMap)), Comparison::FAILED);
+		EXPECT_EQ(compareEqual(tooDeep, nest(20'000, isMap)), Comparison::FAILED);
 		EXPECT_LOG("==: nesting limit reached");
 		EXPECT_TRUE(cloneValue(tooDeep, ALL_LEVELS).isError());
 		EXPECT_LOG("clone: nesting limit reached");
@@ -484,7 +484,6 @@ TEST(LimitTest, DepthIsBounded)
 	checkDepth();
 	// Also on a stack that nothing else has run on.
 	std::thread(checkDepth).join();
-	checkDepth();
 }
 
 TEST(LimitTest, AValueNestedInNodesIsDestroyedWithoutRecursion)
