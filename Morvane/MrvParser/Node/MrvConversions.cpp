@@ -6,13 +6,13 @@
 #include "MrvObject/MrvGUIDClass.h"
 #include "MrvObject/MrvHash.h"
 #include "MrvParser/Node/MrvArrayContainer.h"
+#include "MrvParser/Node/MrvDateText.h"
 #include "MrvParser/Node/MrvFunctionSignature.h"
 #include "MrvParser/Node/MrvIExpression.h"
 #include "MrvParser/Node/MrvIOMNode.h"
 #include "MrvParser/Node/MrvMapContainer.h"
 #include "MrvParser/Node/MrvNodeWalk.h"
 #include "MrvParser/Node/MrvNumberScanner.h"
-#include "MrvPlatform/MrvClock.h"
 #include "MrvUtils/MrvUtils.h"
 
 #include <charconv>
@@ -38,27 +38,6 @@ Value parseString(const Value &value)
 int64_t bitsOf(double number)
 {
 	return number >= -INT_LIMIT && number < INT_LIMIT && std::floor(number) == number ? static_cast<int64_t>(number) : -1;
-}
-
-constexpr int MAX_YEAR = 9999; // of the date text; beyond it a date reads as its seconds
-
-// A date in the form of the C library's asctime, its line end included.
-std::string dateToText(int64_t date)
-{
-	static constexpr const char *DAYS[] = {"Thu", "Fri", "Sat", "Sun", "Mon", "Tue", "Wed"}; // from the first day of 1970 on
-	static constexpr const char *MONTHS[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-	constexpr int64_t SECONDS_PER_DAY = 86400;
-	Platform::CalendarTime time;
-	if (!Platform::utcCalendarTime(date, time) || time.year < 0 || time.year > MAX_YEAR)
-	{
-		return std::to_string(date);
-	}
-	const int64_t day = date / SECONDS_PER_DAY - (date % SECONDS_PER_DAY < 0 ? 1 : 0);
-	const auto weekday = static_cast<size_t>(((day % 7) + 7) % 7);
-	const auto twoDigits = [](int number, char fill)
-	{ return number < 10 ? std::string(1, fill) + std::to_string(number) : std::to_string(number); };
-	return std::string(DAYS[weekday]) + ' ' + MONTHS[time.month - 1] + ' ' + twoDigits(time.day, ' ') + ' ' + twoDigits(time.hour, '0') +
-	       ':' + twoDigits(time.minute, '0') + ':' + twoDigits(time.second, '0') + ' ' + std::to_string(time.year) + '\n';
 }
 
 void appendInt(std::string &text, int64_t number)

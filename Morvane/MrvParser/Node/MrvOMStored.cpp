@@ -496,9 +496,10 @@ bool OMStored::linkChildren(bool isDataStructure)
 // Whether a node above this one in the data structure holds the same container.
 bool OMStored::isInsideItself() const
 {
-	if (!fValue.isArray() && !fValue.isMap())
+	const OMStored *owner = ownerOf(fValue);
+	if (!owner || owner == this)
 	{
-		return false;
+		return false; // no data structure above holds it
 	}
 	for (auto parent = getDataStructureParent(); parent; parent = parent->getDataStructureParent())
 	{

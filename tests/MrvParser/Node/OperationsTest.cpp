@@ -122,6 +122,11 @@ TEST(ConversionTest, EveryTypeAsEveryOther)
 	    {Value::date(951'782'400 + 3723), true, 951'786'123, 951'786'123, "Tue Feb 29 01:02:03 2000\n", "Tue Feb 29 01:02:03 2000\n",
 	        "object"},
 	    {Value::date(-1), true, -1, -1, "Wed Dec 31 23:59:59 1969\n", "Wed Dec 31 23:59:59 1969\n", "object"},
+	    {Value::date(-62'167'219'200), true, -62'167'219'200.0, -62'167'219'200, "Sat Jan  1 00:00:00 0\n", "Sat Jan  1 00:00:00 0\n",
+	        "object"},
+	    {Value::date(-62'167'219'201), true, -62'167'219'201.0, -62'167'219'201, "-62167219201", "-62167219201", "object"},
+	    {Value::date(253'402'300'799), true, 253'402'300'799.0, 253'402'300'799, "Fri Dec 31 23:59:59 9999\n", "Fri Dec 31 23:59:59 9999\n",
+	        "object"},
 	    {Value::date(GREATEST), true, 9223372036854775807.0, GREATEST, "9223372036854775807", "9223372036854775807", "object"},
 	    {number(0), false, 0, 0, "0", "0", "number"},
 	    {number(-7), true, -7, -7, "-7", "-7", "number"},
@@ -458,10 +463,10 @@ void checkDepth()
 		EXPECT_EQ(compareEqual(deep, nest(1000, isMap)), Comparison::YES);
 		EXPECT_EQ(computeHash(deep), computeHash(cloneValue(deep, ALL_LEVELS)));
 
-		const Value tooDeep = nest(100'000, isMap);
+		const Value tooDeep = nest(20'000, isMap);
 		EXPECT_EQ(toString(tooDeep), "error");
 		EXPECT_LOG("toString: nesting limit reached");
-		EXPECT_EQ(compareEqual(tooDeep, nest(100'000, isMap)), Comparison::FAILED);
+		EXPECT_EQ(compareEqual(tooDeep, nest(20'000, isMap)), Comparison::FAILED);
 		EXPECT_LOG("==: nesting limit reached");
 		EXPECT_TRUE(cloneValue(tooDeep, ALL_LEVELS).isError());
 		EXPECT_LOG("clone: nesting limit reached");
@@ -484,7 +489,6 @@ TEST(LimitTest, DepthIsBounded)
 	checkDepth();
 	// Also on a stack that nothing else has run on.
 	std::thread(checkDepth).join();
-	checkDepth();
 }
 
 TEST(LimitTest, AValueNestedInNodesIsDestroyedWithoutRecursion)

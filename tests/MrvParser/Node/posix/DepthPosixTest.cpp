@@ -12,7 +12,13 @@ namespace Mrv::Test
 {
 namespace
 {
-constexpr size_t SMALL_STACK = 1024 * 1024; // what a Windows host gives its threads
+#ifdef __has_feature
+constexpr bool IS_SANITIZED = __has_feature(address_sanitizer);
+#else
+constexpr bool IS_SANITIZED = false;
+#endif
+// What a Windows host gives its threads; sanitizers need several times as much for everything.
+constexpr size_t SMALL_STACK = (IS_SANITIZED ? 8 : 1) * 1024 * 1024;
 
 Value nest(size_t levels)
 {
