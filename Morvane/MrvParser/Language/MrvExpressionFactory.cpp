@@ -181,9 +181,9 @@ bool ExpressionFactory::makeIndex(Value &result, const Value &container, const V
 	return accept(result, makeRef<OMExpressionLValueIndexByExpression>(container, index), offset);
 }
 
-bool ExpressionFactory::makeCall(Value &result, const Value &callee, std::vector<Value> &&arguments, uint32_t offset)
+bool ExpressionFactory::makeCall(Value &result, const Value &callee, bool isBracketed, std::vector<Value> &&arguments, uint32_t offset)
 {
-	if (callee.isExpression() && callee.expression()->getClass() == IExpression::Class::LVALUE_STR)
+	if (!isBracketed && callee.isExpression() && callee.expression()->getClass() == IExpression::Class::LVALUE_STR)
 	{
 		const auto &name = static_cast<const OMExpressionLValueStr &>(*callee.expression());
 		if (!name.isCall())
@@ -191,7 +191,7 @@ bool ExpressionFactory::makeCall(Value &result, const Value &callee, std::vector
 			return accept(result, makeRef<OMExpressionLValueStr>(name, std::move(arguments)), offset);
 		}
 	}
-	if (callee.isExpression() && callee.expression()->getClass() == IExpression::Class::LVALUE_TOKEN)
+	if (!isBracketed && callee.isExpression() && callee.expression()->getClass() == IExpression::Class::LVALUE_TOKEN)
 	{
 		const auto &word = static_cast<const OMExpressionLValueToken &>(*callee.expression());
 		if (!word.hasArgumentList())

@@ -40,9 +40,9 @@ public:
 	bool makeToken(Value &result, const Value &parent, Token token, uint32_t offset);
 	// `container[index]`: by position for an Int (at least 0), by name for a String, else by expression.
 	bool makeIndex(Value &result, const Value &container, const Value &index, uint32_t offset);
-	// `callee(arguments)`: on a name or a built-in word without arguments it becomes that one's argument list, on anything else a call of
-	// the value.
-	bool makeCall(Value &result, const Value &callee, std::vector<Value> &&arguments, uint32_t offset);
+	// `callee(arguments)`: on a name or a built-in word without arguments it becomes that one's argument list, on anything else, and on
+	// a callee in brackets, a call of the value.
+	bool makeCall(Value &result, const Value &callee, bool isBracketed, std::vector<Value> &&arguments, uint32_t offset);
 
 	// A function of a finished body: finds its local variables and lays out its slots. A body that isn't an Expression is wrapped as a
 	// return value.

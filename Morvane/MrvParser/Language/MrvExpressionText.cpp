@@ -10,39 +10,27 @@ namespace Mrv::ExpressionText
 {
 uint32_t operatorValue(const Value &operand)
 {
-	if (!operand.isExpression())
-	{
-		return 0;
-	}
-	switch (operand.expression()->getClass())
-	{
-		case IExpression::Class::BINARY:
-			return static_cast<uint32_t>(static_cast<const OMExpressionBinary *>(operand.expression())->getBinOp());
-		case IExpression::Class::SEQUENCE:
-			return static_cast<uint32_t>(static_cast<const OMExpressionSequence *>(operand.expression())->getBinOp());
-		case IExpression::Class::TERNARY:
-			return static_cast<uint32_t>(BinOp::TERNARY);
-		case IExpression::Class::KEYWORD:
-		case IExpression::Class::LVALUE_CALL:
-		case IExpression::Class::LVALUE_INDEX:
-		case IExpression::Class::LVALUE_INDEX_BY_EXPRESSION:
-		case IExpression::Class::LVALUE_STR:
-		case IExpression::Class::LVALUE_TOKEN:
-		case IExpression::Class::UNARY:
-			break;
-	}
-	return 0;
+	return operand.isExpression() ? operand.expression()->getOperatorValue() : 0;
 }
 
 bool appendOperand(std::string &text, const Value &operand, bool needsBrackets, NodeWalk &walk)
 {
-	text += needsBrackets ? "(" : "";
+	if (!needsBrackets || operand.isExpression())
+	{
+		return appendToString(text, operand, needsBrackets ? TextPlace::BRACKETS : TextPlace::WHOLE, walk);
+	}
+	text += '(';
 	if (!appendToString(text, operand, walk))
 	{
 		return false;
 	}
-	text += needsBrackets ? ")" : "";
+	text += ')';
 	return true;
+}
+
+bool appendCondition(std::string &text, const Value &condition, NodeWalk &walk)
+{
+	return appendOperand(text, condition, isStatements(condition), walk);
 }
 
 bool appendOperands(std::string &text, const std::vector<Value> &operands, const char *separator, NodeWalk &walk)
@@ -50,12 +38,38 @@ bool appendOperands(std::string &text, const std::vector<Value> &operands, const
 	for (size_t index = 0; index < operands.size(); ++index)
 	{
 		text += index > 0 ? separator : "";
-		if (!appendToString(text, operands[index], walk))
+		if (!appendToString(text, operands[index], TextPlace::LIST, walk))
 		{
 			return false;
 		}
 	}
 	return true;
+}
+
+bool isStatements(const Value &operand)
+{
+	if (!operand.isExpression() || operand.expression()->getClass() != IExpression::Class::SEQUENCE)
+	{
+		return false;
+	}
+	const auto &sequence = static_cast<const OMExpressionSequence &>(*operand.expression());
+	return sequence.getBinOp() == BinOp::SEQUENCE || (sequence.getBinOp() == BinOp::COMMA && isStatements(sequence.getElements()[0]));
+}
+
+bool endsItsLevel(const Value &operand)
+{
+	const Value *last = &operand;
+	while (last->isExpression() && last->expression()->getClass() == IExpression::Class::BINARY)
+	{
+		const auto &binary = static_cast<const OMExpressionBinary &>(*last->expression());
+		if (binary.getBinOp() != BinOp::ASSIGN)
+		{
+			return false;
+		}
+		last = &binary.getRight();
+	}
+	return last->isExpression() && last->expression()->getClass() == IExpression::Class::TERNARY &&
+	       static_cast<const OMExpressionTernary &>(*last->expression()).getTernOp() == TernOp::IF_ELSE;
 }
 
 int compareClasses(const IExpression &left, const IExpression &right)

@@ -13,13 +13,15 @@ namespace Mrv
 // that binds looser than its place allows is put in brackets.
 namespace ExpressionText
 {
-// The operator value of a binary, ternary or sequence expression; 0 for everything else, which never needs brackets.
+// IExpression::getOperatorValue of an expression; 0 for everything else, which never needs brackets.
 uint32_t operatorValue(const Value &operand);
-inline bool bindsLooserThanUnary(const Value &operand)
-{
-	return operatorValue(operand) != 0;
-}
+// Statements joined by `;`, which can't stand in brackets but in braces.
+bool isStatements(const Value &operand);
+// Whether it ends with an `if`, which no operator may follow.
+bool endsItsLevel(const Value &operand);
 bool appendOperand(std::string &text, const Value &operand, bool needsBrackets, NodeWalk &walk);
+// What stands in the brackets of a statement's condition.
+bool appendCondition(std::string &text, const Value &condition, NodeWalk &walk);
 bool appendOperands(std::string &text, const std::vector<Value> &operands, const char *separator, NodeWalk &walk);
 
 // --- Order: below, equal to or above 0

@@ -310,22 +310,44 @@ void OMExpressionBinary::evaluateLoop_yielding(Task &task, Value &result, Enviro
 
 bool OMExpressionBinary::appendText(std::string &text, NodeWalk &walk) const
 {
-	const auto ownValue = static_cast<uint32_t>(fBinOp);
-	const bool isBracketed = isLoop() || fBinOp == BinOp::INDEX;
-	const bool isRightToLeft = fBinOp == BinOp::ASSIGN;
-	const uint32_t leftValue = ExpressionText::operatorValue(fNode1);
-	const uint32_t rightValue = ExpressionText::operatorValue(fNode2);
-	const bool leftNeeds = !isLoop() && (leftValue > ownValue || (leftValue == ownValue && isRightToLeft));
-	const bool rightNeeds = !isBracketed && (rightValue > ownValue || (rightValue == ownValue && !isRightToLeft));
+	return isLoop() ? appendLoopText(text, walk) : appendOperatorText(text, walk);
+}
+
+bool OMExpressionBinary::appendLoopText(std::string &text, NodeWalk &walk) const
+{
 	// A do-while holds its condition first, but reads body first.
-	const bool isSwapped = fBinOp == BinOp::DO_WHILE;
+	const bool isDoWhile = fBinOp == BinOp::DO_WHILE;
+	const auto appendBody = [&] { return appendToString(text, fNode2, TextPlace::BLOCK, walk); };
+	const auto appendTest = [&] { return ExpressionText::appendCondition(text, fNode1, walk); };
 	text += binOpToPrefixStr(fBinOp);
-	if (!ExpressionText::appendOperand(text, isSwapped ? fNode2 : fNode1, leftNeeds, walk))
+	if (!(isDoWhile ? appendBody() : appendTest()))
 	{
 		return false;
 	}
 	text += binOpToInfixStr(fBinOp);
-	if (!ExpressionText::appendOperand(text, isSwapped ? fNode1 : fNode2, rightNeeds, walk))
+	if (!(isDoWhile ? appendTest() : appendBody()))
+	{
+		return false;
+	}
+	text += binOpToSuffixStr(fBinOp);
+	return true;
+}
+
+bool OMExpressionBinary::appendOperatorText(std::string &text, NodeWalk &walk) const
+{
+	const auto ownValue = static_cast<uint32_t>(fBinOp);
+	const bool isRightToLeft = fBinOp == BinOp::ASSIGN;
+	const uint32_t leftValue = ExpressionText::operatorValue(fNode1);
+	const uint32_t rightValue = ExpressionText::operatorValue(fNode2);
+	const bool leftNeeds = leftValue > ownValue || (leftValue == ownValue && isRightToLeft);
+	const bool rightNeeds = fBinOp != BinOp::INDEX && (rightValue > ownValue || (rightValue == ownValue && !isRightToLeft));
+	text += binOpToPrefixStr(fBinOp);
+	if (!ExpressionText::appendOperand(text, fNode1, leftNeeds, walk))
+	{
+		return false;
+	}
+	text += binOpToInfixStr(fBinOp);
+	if (!ExpressionText::appendOperand(text, fNode2, rightNeeds, walk))
 	{
 		return false;
 	}

@@ -15,6 +15,7 @@ public:
 	void evaluate_yielding(Task &task, Value &result, Environment &environment) const override;
 	bool evaluateDirect(Value &result, Environment &environment) const override;
 	bool appendText(std::string &text, NodeWalk &walk) const override;
+	uint32_t getOperatorValue() const override { return static_cast<uint32_t>(fBinOp); }
 	uint64_t computeHash(NodeWalk &walk) const override;
 	int compare(const IExpression &other, NodeWalk &walk) const override;
 	void forEachOperand(const OperandVisitor &visit) const override;
@@ -24,6 +25,8 @@ public:
 
 private:
 	Value apply(Value &left, Value &right) const;
+	bool appendLoopText(std::string &text, NodeWalk &walk) const;
+	bool appendOperatorText(std::string &text, NodeWalk &walk) const;
 	bool isLoop() const { return fBinOp == BinOp::WHILE || fBinOp == BinOp::DO_WHILE; }
 	void evaluateOperator_yielding(Task &task, Value &result, Environment &environment) const;
 	void evaluateAssignment_yielding(Task &task, Value &result, Environment &environment) const;

@@ -32,6 +32,16 @@ bool OMExpressionKeyword::appendText(std::string &text, NodeWalk &) const
 	return true;
 }
 
+// In brackets `var` would begin a declaration.
+bool OMExpressionKeyword::appendBracketedText(std::string &text, NodeWalk &) const
+{
+	const bool isVar = fToken == Token::VAR;
+	text += isVar ? '{' : '(';
+	text += getTokenText(fToken);
+	text += isVar ? '}' : ')';
+	return true;
+}
+
 uint64_t OMExpressionKeyword::computeHash(NodeWalk &) const
 {
 	return fnvHash(static_cast<uint64_t>(fToken));

@@ -16,6 +16,8 @@ public:
 	void evaluate_yielding(Task &task, Value &result, Environment &environment) const override;
 	bool evaluateDirect(Value &result, Environment &environment) const override;
 	bool appendText(std::string &text, NodeWalk &walk) const override;
+	bool appendBracketedText(std::string &text, NodeWalk &walk) const override;
+	uint32_t getOperatorValue() const override { return BARE_WORD; }
 	uint64_t computeHash(NodeWalk &walk) const override;
 	int compare(const IExpression &other, NodeWalk &walk) const override;
 	void forEachOperand(const OperandVisitor &) const override {}

@@ -344,8 +344,8 @@ bool OMExpressionLValue::appendParent(std::string &text, NodeWalk &walk) const
 	{
 		return true;
 	}
-	const bool needsBrackets = ExpressionText::operatorValue(fParent) != 0 || fParent.isFunction() ||
-	                           (fParent.isExpression() && !fParent.expression()->isLValue());
+	const bool isNumber = fParent.isInt() || fParent.isFloat(); // would take a dot for its own
+	const bool needsBrackets = isNumber || fParent.isFunction() || (fParent.isExpression() && !fParent.expression()->isLValue());
 	return ExpressionText::appendOperand(text, fParent, needsBrackets, walk);
 }
 

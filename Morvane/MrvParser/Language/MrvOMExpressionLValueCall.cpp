@@ -2,6 +2,7 @@
 
 #include "MrvObject/MrvHash.h"
 #include "MrvParser/Language/MrvExpressionText.h"
+#include "MrvParser/Language/MrvOMExpressionLValueToken.h"
 
 namespace Mrv
 {
@@ -98,7 +99,13 @@ void OMExpressionLValueCall::locate_yielding(Task &, Place &place, AccessType, E
 
 bool OMExpressionLValueCall::appendText(std::string &text, NodeWalk &walk) const
 {
-	if (!appendParent(text, walk))
+	// Without brackets a name would be a call by that name, and no other operand is called.
+	const OMExpressionLValue *callee = fromOperand(fParent);
+	const bool isWord = callee && callee->getClass() == Class::LVALUE_TOKEN;
+	const bool isName = callee && callee->getClass() == Class::LVALUE_STR;
+	const bool needsBrackets =
+	    !callee || (isName && !callee->isCall()) || (isWord && !static_cast<const OMExpressionLValueToken *>(callee)->hasArgumentList());
+	if (!ExpressionText::appendOperand(text, fParent, needsBrackets, walk))
 	{
 		return false;
 	}

@@ -202,7 +202,7 @@ bool OMExpressionLValueIndexByExpression::appendText(std::string &text, NodeWalk
 		return false;
 	}
 	text += '[';
-	if (!ExpressionText::appendOperand(text, fIndexExpression, false, walk))
+	if (!appendToString(text, fIndexExpression, TextPlace::LIST, walk))
 	{
 		return false;
 	}

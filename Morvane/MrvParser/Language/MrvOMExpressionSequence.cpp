@@ -4,6 +4,7 @@
 #include "MrvParser/Language/MrvDirectOperand.h"
 #include "MrvParser/Language/MrvEvaluation.h"
 #include "MrvParser/Language/MrvExpressionText.h"
+#include "MrvParser/Language/MrvToken.h"
 #include "MrvParser/Node/MrvOperations.h"
 
 #include <algorithm>
@@ -222,19 +223,118 @@ void OMExpressionSequence::evaluateSum_yielding(Task &task, Value &result, Envir
 	}
 }
 
+// --- Text
+
+namespace
+{
+bool isUndefined(const Value &element)
+{
+	return element.kind() == Value::Kind::UNDEFINED;
+}
+
+bool isReturnElement(const Value &element)
+{
+	return element.isExpression() && element.expression()->isReturn();
+}
+
+bool isVar(const Value &element)
+{
+	return element.isExpression() && element.expression()->getKeywordToken() == static_cast<int>(Token::VAR);
+}
+}
+
+// What only a block joins like this: `{ a; b, c }` puts together first what stands before the comma, and a `var` behind other statements is
+// one of them there.
+bool OMExpressionSequence::isBlockOnly() const
+{
+	return fBinOp == BinOp::COMMA ? ExpressionText::isStatements(fNodeSequence[0])
+	                              : fBinOp == BinOp::SEQUENCE && std::any_of(fNodeSequence.begin() + 1, fNodeSequence.end(), isVar);
+}
+
+// Whether statements can go on with a comma.
+bool OMExpressionSequence::canListFollow() const
+{
+	return !isUndefined(fNodeSequence.back()) && !isReturnElement(fNodeSequence.back());
+}
+
 bool OMExpressionSequence::appendText(std::string &text, NodeWalk &walk) const
 {
-	const auto ownValue = static_cast<uint32_t>(fBinOp);
-	for (size_t index = 0; index < fNodeSequence.size(); ++index)
+	return isBlockOnly() ? appendBracketedText(text, walk) : appendElements(text, TextPlace::WHOLE, walk);
+}
+
+bool OMExpressionSequence::appendBlockText(std::string &text, NodeWalk &walk) const
+{
+	if (fBinOp == BinOp::COMMA && !isBlockOnly() && std::any_of(fNodeSequence.begin(), fNodeSequence.end(), isUndefined))
 	{
-		text += index > 0 ? binOpToInfixStr(fBinOp) : "";
-		const uint32_t value = ExpressionText::operatorValue(fNodeSequence[index]);
-		if (!ExpressionText::appendOperand(text, fNodeSequence[index], value > ownValue || (value == ownValue && index > 0), walk))
+		return appendBracketedText(text, walk); // a block drops it
+	}
+	return appendElements(text, fBinOp == BinOp::ADD ? TextPlace::WHOLE : TextPlace::BLOCK, walk);
+}
+
+bool OMExpressionSequence::appendBracketedText(std::string &text, NodeWalk &walk) const
+{
+	const bool needsBraces = fBinOp == BinOp::SEQUENCE || isBlockOnly();
+	text += needsBraces ? '{' : '(';
+	if (!(needsBraces ? appendBlockText(text, walk) : appendElements(text, TextPlace::WHOLE, walk)))
+	{
+		return false;
+	}
+	text += needsBraces ? '}' : ')';
+	return true;
+}
+
+// In a block an Undefined is dropped where it stands; it comes from a `;` before a closing brace. So one in the middle was the end of
+// a block that began the sequence.
+bool OMExpressionSequence::appendElements(std::string &text, TextPlace place, NodeWalk &walk) const
+{
+	const size_t count = fNodeSequence.size();
+	const bool isBlock = place == TextPlace::BLOCK && fBinOp == BinOp::SEQUENCE;
+	if (isBlock)
+	{
+		text.append(static_cast<size_t>(std::count_if(fNodeSequence.begin() + 1, fNodeSequence.end() - 1, isUndefined)), '{');
+	}
+	for (size_t index = 0; index < count; ++index)
+	{
+		if (isBlock && index > 0 && isUndefined(fNodeSequence[index]))
+		{
+			// `return`, and what ends in `}`, take the first `;` for their own.
+			text += text.back() == '}' || isReturnElement(fNodeSequence[index - 1]) ? ";; " : "; ";
+			text += index + 1 < count ? "}" : "";
+			continue;
+		}
+		if (index > 0)
+		{
+			text += fBinOp == BinOp::SEQUENCE && isVar(fNodeSequence[index - 1]) ? " " : binOpToInfixStr(fBinOp);
+		}
+		if (!appendElement(text, index, place, walk))
 		{
 			return false;
 		}
 	}
 	return true;
+}
+
+bool OMExpressionSequence::appendElement(std::string &text, size_t index, TextPlace place, NodeWalk &walk) const
+{
+	const Value &element = fNodeSequence[index];
+	const auto ownValue = static_cast<uint32_t>(fBinOp);
+	const uint32_t value = ExpressionText::operatorValue(element);
+	bool needsBrackets = value > ownValue || (value == ownValue && index > 0);
+	if (fBinOp == BinOp::SEQUENCE)
+	{
+		// Statements stand as they are; in a block a list would swallow what stands before it.
+		const bool isList = value == static_cast<uint32_t>(BinOp::COMMA);
+		needsBrackets = index > 0 && (value == ownValue || (isList && place == TextPlace::BLOCK));
+	}
+	else if (fBinOp == BinOp::COMMA)
+	{
+		const bool isLast = index + 1 == fNodeSequence.size();
+		const bool isFirstOfBlock = index == 0 && place == TextPlace::BLOCK && value == static_cast<uint32_t>(BinOp::SEQUENCE) &&
+		                            static_cast<const OMExpressionSequence &>(*element.expression()).canListFollow();
+		needsBrackets = (needsBrackets && !isFirstOfBlock) || (!isLast && ExpressionText::endsItsLevel(element));
+	}
+	const TextPlace elementPlace = index == 0 && place == TextPlace::BLOCK ? TextPlace::BLOCK : TextPlace::WHOLE;
+	return needsBrackets ? ExpressionText::appendOperand(text, element, true, walk) : appendToString(text, element, elementPlace, walk);
 }
 
 uint64_t OMExpressionSequence::computeHash(NodeWalk &walk) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MrvParser/Language/MrvOMExpression.h"
+#include "MrvParser/Node/MrvConversions.h"
 #include "MrvParser/Node/MrvOperators.h"
 
 #include <vector>
@@ -22,6 +23,9 @@ public:
 	void evaluate_yielding(Task &task, Value &result, Environment &environment) const override;
 	bool evaluateDirect(Value &result, Environment &environment) const override;
 	bool appendText(std::string &text, NodeWalk &walk) const override;
+	bool appendBlockText(std::string &text, NodeWalk &walk) const override;
+	bool appendBracketedText(std::string &text, NodeWalk &walk) const override;
+	uint32_t getOperatorValue() const override { return static_cast<uint32_t>(fBinOp); }
 	uint64_t computeHash(NodeWalk &walk) const override;
 	int compare(const IExpression &other, NodeWalk &walk) const override;
 	void forEachOperand(const OperandVisitor &visit) const override;
@@ -34,6 +38,10 @@ private:
 	bool evaluateDirectRun(Task &task, Value &value, size_t &index, Environment &environment) const;
 	void evaluateStatements_yielding(Task &task, Value &result, Environment &environment) const;
 	void evaluateSum_yielding(Task &task, Value &result, Environment &environment) const;
+	bool isBlockOnly() const;
+	bool canListFollow() const;
+	bool appendElements(std::string &text, TextPlace place, NodeWalk &walk) const;
+	bool appendElement(std::string &text, size_t index, TextPlace place, NodeWalk &walk) const;
 	Value add(Value sum, Value term, size_t index) const;
 
 	const BinOp fBinOp;

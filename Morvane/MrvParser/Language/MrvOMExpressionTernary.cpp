@@ -87,20 +87,27 @@ void OMExpressionTernary::evaluate_yielding(Task &task, Value &result, Environme
 bool OMExpressionTernary::appendText(std::string &text, NodeWalk &walk) const
 {
 	const bool isConditional = fTernOp == TernOp::CONDITIONAL;
-	const auto limit = static_cast<uint32_t>(BinOp::TERNARY);
-	const auto needsBrackets = [&](const Value &operand) { return isConditional && ExpressionText::operatorValue(operand) >= limit; };
+	const auto append = [&](const Value &operand)
+	{
+		if (!isConditional)
+		{
+			return appendToString(text, operand, TextPlace::BLOCK, walk);
+		}
+		const bool needsBrackets = ExpressionText::operatorValue(operand) >= static_cast<uint32_t>(BinOp::TERNARY);
+		return ExpressionText::appendOperand(text, operand, needsBrackets, walk);
+	};
 	text += ternOpToPrefixStr(fTernOp);
-	if (!ExpressionText::appendOperand(text, fNode1, needsBrackets(fNode1), walk))
+	if (!(isConditional ? append(fNode1) : ExpressionText::appendCondition(text, fNode1, walk)))
 	{
 		return false;
 	}
 	text += ternOpToInfix1Str(fTernOp);
-	if (!ExpressionText::appendOperand(text, fNode2, needsBrackets(fNode2), walk))
+	if (!append(fNode2))
 	{
 		return false;
 	}
 	text += ternOpToInfix2Str(fTernOp);
-	if (!ExpressionText::appendOperand(text, fNode3, needsBrackets(fNode3), walk))
+	if (!append(fNode3))
 	{
 		return false;
 	}

@@ -15,6 +15,7 @@ public:
 	void evaluate_yielding(Task &task, Value &result, Environment &environment) const override;
 	bool evaluateDirect(Value &result, Environment &environment) const override;
 	bool appendText(std::string &text, NodeWalk &walk) const override;
+	uint32_t getOperatorValue() const override { return static_cast<uint32_t>(BinOp::TERNARY); }
 	uint64_t computeHash(NodeWalk &walk) const override;
 	int compare(const IExpression &other, NodeWalk &walk) const override;
 	void forEachOperand(const OperandVisitor &visit) const override;

@@ -108,10 +108,39 @@ void OMExpressionUnary::evaluate_yielding(Task &task, Value &result, Environment
 	}
 }
 
+bool OMExpressionUnary::needsBracketsForOperand() const
+{
+	const uint32_t value = ExpressionText::operatorValue(fNode);
+	if (fUnOp == UnOp::RETURN)
+	{
+		return value == static_cast<uint32_t>(BinOp::COMMA) || value == static_cast<uint32_t>(BinOp::SEQUENCE);
+	}
+	if (value != 0 || !fNode.isExpression() || fUnOp == UnOp::POST_DECREMENT || fUnOp == UnOp::POST_INCREMENT)
+	{
+		return value != 0;
+	}
+	// A prefix operator takes a literal, and what other prefixes made of their operand, before the links and signs behind it.
+	if (fNode.expression()->getClass() == Class::UNARY)
+	{
+		const UnOp inner = static_cast<const OMExpressionUnary &>(*fNode.expression()).fUnOp;
+		return inner == UnOp::POST_DECREMENT || inner == UnOp::POST_INCREMENT;
+	}
+	const Value *root = &fNode;
+	while (const OMExpressionLValue *link = OMExpressionLValue::fromOperand(*root))
+	{
+		if (!link->hasParent())
+		{
+			return false;
+		}
+		root = &link->getParent();
+	}
+	return (!root->isExpression() && !root->isFunction()) || ExpressionText::isStatements(*root);
+}
+
 bool OMExpressionUnary::appendText(std::string &text, NodeWalk &walk) const
 {
 	text += unOpToPrefixStr(fUnOp);
-	const bool needsBrackets = ExpressionText::bindsLooserThanUnary(fNode);
+	const bool needsBrackets = needsBracketsForOperand();
 	// `- -a` must not become `--a`.
 	const auto *inner = fNode.isExpression() && fNode.expression()->getClass() == Class::UNARY
 	                        ? static_cast<const OMExpressionUnary *>(fNode.expression())

@@ -15,6 +15,7 @@ public:
 	void evaluate_yielding(Task &task, Value &result, Environment &environment) const override;
 	bool evaluateDirect(Value &result, Environment &environment) const override;
 	bool appendText(std::string &text, NodeWalk &walk) const override;
+	uint32_t getOperatorValue() const override { return isReturn() ? BARE_WORD : 0; }
 	uint64_t computeHash(NodeWalk &walk) const override;
 	int compare(const IExpression &other, NodeWalk &walk) const override;
 	void forEachOperand(const OperandVisitor &visit) const override { visit(fNode); }
@@ -25,6 +26,7 @@ public:
 
 private:
 	Value apply(Value operand) const;
+	bool needsBracketsForOperand() const;
 
 	const UnOp fUnOp;
 	const Value fNode;

@@ -23,7 +23,9 @@ void ParserMachine::onBrace(int32_t character)
 	if (character == '}')
 	{
 		consume();
-		pushOperand(fLevel->type == ParseType::BODY ? Value() : Value::map(makeDataMap()), ParserState::OPERATOR);
+		// The first thing in a body is an empty block, anything behind it (`x = {}`) a Map.
+		const bool isBlock = fLevel->type == ParseType::BODY && fLevel->operands.empty() && fLevel->prefixes.empty();
+		pushOperand(isBlock ? Value() : Value::map(makeDataMap()), ParserState::OPERATOR);
 	}
 	else if (is(character, KEY_START) || character == '"' || character == '\'')
 	{

@@ -140,6 +140,7 @@ void ParserMachine::finishFunction(const Value &body)
 		return;
 	}
 	fLevel->current = std::move(function);
+	fLevel->isBracketed = false;
 	goTo(ParserState::PRIMARY);
 }
 }

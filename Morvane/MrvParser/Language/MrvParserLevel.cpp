@@ -25,6 +25,7 @@ void ParserLevel::clear() noexcept
 		conditionals.clear();
 	}
 	current = Value();
+	isBracketed = false;
 	array = nullptr;
 	map = nullptr;
 	arguments.clear();

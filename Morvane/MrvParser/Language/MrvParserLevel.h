@@ -85,6 +85,7 @@ struct ParserLevel
 	std::vector<ParserPrefix> prefixes;
 	std::vector<ParserConditional> conditionals; // of the TERNARY operators, in order
 	Value current;                               // the primary so far, to which links are added
+	bool isBracketed = false;                    // the primary is an expression in brackets, without links so far
 	uint32_t currentOffset = 0;
 	bool isConditionClosed = false; // a condition whose `)` was read: what may begin a statement ends it
 	bool isStatementEnd = false;    // a `;` was consumed behind it, or a line end stands there: nothing more is to be read

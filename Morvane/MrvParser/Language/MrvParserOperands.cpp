@@ -235,6 +235,7 @@ void ParserMachine::onName(int32_t character)
 		return;
 	}
 	fLevel->current = std::move(primary);
+	fLevel->isBracketed = false;
 	goTo(ParserState::PRIMARY);
 }
 
@@ -422,6 +423,7 @@ bool ParserMachine::isCondition(ParserPurpose purpose)
 void ParserMachine::takeParenthesized(Child &child)
 {
 	fLevel->current = std::move(child.value);
+	fLevel->isBracketed = true;
 	goTo(ParserState::PARENTHESES_END);
 }
 
@@ -470,7 +472,8 @@ void ParserMachine::finishCall()
 {
 	consume();
 	Value call;
-	if (!fFactory->makeCall(call, fLevel->current, std::exchange(fLevel->arguments, {}), fLevel->currentOffset))
+	const bool isBracketed = std::exchange(fLevel->isBracketed, false);
+	if (!fFactory->makeCall(call, fLevel->current, isBracketed, std::exchange(fLevel->arguments, {}), fLevel->currentOffset))
 	{
 		failInFactory(nullptr);
 		return;
@@ -493,6 +496,7 @@ void ParserMachine::takeIndexValue(Child &child)
 		return;
 	}
 	fLevel->current = std::move(element);
+	fLevel->isBracketed = false;
 	goTo(ParserState::INDEX_END);
 }
 
@@ -532,6 +536,7 @@ void ParserMachine::onMemberName(int32_t character)
 		return;
 	}
 	fLevel->current = std::move(member);
+	fLevel->isBracketed = false;
 	goTo(ParserState::PRIMARY);
 }
 }

@@ -64,7 +64,27 @@ void appendFunction(std::string &text, const FunctionObject &function)
 	text += ')';
 }
 
-bool appendExpressionText(std::string &text, const Value &value, NodeWalk &walk)
+bool appendPlacedText(std::string &text, const IExpression &expression, TextPlace place, NodeWalk &walk)
+{
+	switch (place)
+	{
+		case TextPlace::LIST:
+			if (expression.getOperatorValue() < static_cast<uint32_t>(BinOp::COMMA))
+			{
+				break;
+			}
+			[[fallthrough]];
+		case TextPlace::BRACKETS:
+			return expression.appendBracketedText(text, walk);
+		case TextPlace::BLOCK:
+			return expression.appendBlockText(text, walk);
+		case TextPlace::WHOLE:
+			break;
+	}
+	return expression.appendText(text, walk);
+}
+
+bool appendExpressionText(std::string &text, const Value &value, TextPlace place, NodeWalk &walk)
 {
 	if (value.isReturned())
 	{
@@ -78,11 +98,11 @@ bool appendExpressionText(std::string &text, const Value &value, NodeWalk &walk)
 		text += "break";
 		return true;
 	}
-	return value.expression()->appendText(text, walk) && walk.allowText(text.size());
+	return appendPlacedText(text, *value.expression(), place, walk) && walk.allowText(text.size());
 }
 
 // What both renderings have in common: everything but Strings and containers.
-bool appendSimple(std::string &text, const Value &value, NodeWalk &walk)
+bool appendSimple(std::string &text, const Value &value, TextPlace place, NodeWalk &walk)
 {
 	switch (value.type())
 	{
@@ -114,14 +134,20 @@ bool appendSimple(std::string &text, const Value &value, NodeWalk &walk)
 			text += value.guidPayload()->toSectionedString();
 			break;
 		case OMType::Expression:
-			return appendExpressionText(text, value, walk);
+			return appendExpressionText(text, value, place, walk);
 		case OMType::Function:
 		{
 			appendFunction(text, *value.function());
 			text += '{';
-			if (!appendAsString(text, value.function()->fBody, walk))
+			const size_t begin = text.size();
+			if (!appendToString(text, value.function()->fBody, TextPlace::BLOCK, walk))
 			{
 				return false;
+			}
+			constexpr std::string_view EMPTY_MAP = "{  }"; // as the first thing in a body it would be an empty block
+			if (text.compare(begin, EMPTY_MAP.size(), EMPTY_MAP) == 0)
+			{
+				text.insert(begin + EMPTY_MAP.size(), 1, ')').insert(begin, 1, '(');
 			}
 			text += '}';
 			break;
@@ -132,6 +158,11 @@ bool appendSimple(std::string &text, const Value &value, NodeWalk &walk)
 			break;
 	}
 	return true;
+}
+
+bool appendListElement(std::string &text, const Value &value, NodeWalk &walk)
+{
+	return appendToString(text, value, TextPlace::LIST, walk);
 }
 
 bool appendElements(std::string &text, const ArrayContainer &array, const char *separator,
@@ -167,7 +198,7 @@ bool appendMap(std::string &text, const MapContainer &map, NodeWalk &walk)
 		isFirst = false;
 		text += Utils::enquote(name.view());
 		text += ": ";
-		if (!appendToString(text, map.entries()[map.find(name)].value.inPlace(), walk))
+		if (!appendToString(text, map.entries()[map.find(name)].value.inPlace(), TextPlace::LIST, walk))
 		{
 			return false;
 		}
@@ -298,7 +329,7 @@ bool appendAsString(std::string &text, const Value &value, NodeWalk &walk)
 	{
 		return appendMap(text, *value.map(), walk);
 	}
-	else if (!appendSimple(text, value, walk))
+	else if (!appendSimple(text, value, TextPlace::WHOLE, walk))
 	{
 		return false;
 	}
@@ -306,6 +337,11 @@ bool appendAsString(std::string &text, const Value &value, NodeWalk &walk)
 }
 
 bool appendToString(std::string &text, const Value &value, NodeWalk &walk)
+{
+	return appendToString(text, value, TextPlace::WHOLE, walk);
+}
+
+bool appendToString(std::string &text, const Value &value, TextPlace place, NodeWalk &walk)
 {
 	if (!walk.visit())
 	{
@@ -326,7 +362,7 @@ bool appendToString(std::string &text, const Value &value, NodeWalk &walk)
 	else if (value.isArray())
 	{
 		text += '[';
-		if (!appendElements(text, *value.array(), ", ", appendToString, walk))
+		if (!appendElements(text, *value.array(), ", ", appendListElement, walk))
 		{
 			return false;
 		}
@@ -336,11 +372,22 @@ bool appendToString(std::string &text, const Value &value, NodeWalk &walk)
 	{
 		return appendMap(text, *value.map(), walk);
 	}
-	else if (!appendSimple(text, value, walk))
+	else if (!appendSimple(text, value, place, walk))
 	{
 		return false;
 	}
 	return walk.allowText(text.size());
+}
+
+bool IExpression::appendBracketedText(std::string &text, NodeWalk &walk) const
+{
+	text += '(';
+	if (!appendText(text, walk))
+	{
+		return false;
+	}
+	text += ')';
+	return true;
 }
 
 bool getAsString(const Value &value, std::string &text)

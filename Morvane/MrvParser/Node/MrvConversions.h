@@ -30,6 +30,16 @@ std::string getAsString(const Value &value);
 
 // The literal rendering: Strings in quotes, Arrays and Maps as literals, Maps in the byte order of their keys.
 bool appendToString(std::string &text, const Value &value, NodeWalk &walk);
+
+// Where the text of an Expression is to stand; other values read the same everywhere.
+enum class TextPlace : uint8_t
+{
+	WHOLE,
+	LIST,     // an element, argument, property or index: a comma would end it
+	BLOCK,    // all that stands between two braces
+	BRACKETS, // an operand that needs them: they are added
+};
+bool appendToString(std::string &text, const Value &value, TextPlace place, NodeWalk &walk);
 bool toString(const Value &value, std::string &text);
 std::string toString(const Value &value);
 

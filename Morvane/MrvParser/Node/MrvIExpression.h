@@ -32,6 +32,14 @@ public:
 	virtual Class getClass() const = 0;
 	// Appends the source text; false when the walk's limits are reached.
 	virtual bool appendText(std::string &text, NodeWalk &walk) const = 0;
+	// The same as what stands between the braces of a block, where `;` and `,` join their elements one after the other.
+	virtual bool appendBlockText(std::string &text, NodeWalk &walk) const { return appendText(text, walk); }
+	// The same in brackets; in braces what can't stand between brackets.
+	virtual bool appendBracketedText(std::string &text, NodeWalk &walk) const;
+	// How loosely the expression binds as an operand: the value of its operator (BinOp), 0 if it never needs brackets, BARE_WORD for what
+	// no operator may follow.
+	virtual uint32_t getOperatorValue() const { return 0; }
+	static constexpr uint32_t BARE_WORD = 27;
 	virtual uint64_t computeHash(NodeWalk &walk) const = 0;
 	// Orders by class, operator or field, then operands: below, equal to or above 0.
 	virtual int compare(const IExpression &other, NodeWalk &walk) const = 0;
