@@ -220,7 +220,7 @@ void Environment::addToBloom(uint64_t bits)
 	{
 		fBloom |= bits;
 		const bool isTrusted = fEpoch == sNameEpoch;
-		++sNameEpoch; // callees that run now don't know of the names
+		++sNameEpoch;                             // callees that run now don't know of the names
 		fEpoch = isTrusted ? sNameEpoch : fEpoch; // a word that misses names of callers stays untrusted
 	}
 }

@@ -390,8 +390,8 @@ void callFunction_yielding(
 				break;
 			}
 			case ENTERED:
-				frame.call(BODY_KNOWN,
-				    [&] { evaluateOperand(task, frame->value, frame->function.function()->fBody, *frame->callEnvironment); });
+				frame.call(
+				    BODY_KNOWN, [&] { evaluateOperand(task, frame->value, frame->function.function()->fBody, *frame->callEnvironment); });
 				break;
 			case BODY_KNOWN:
 				result = std::move(frame->value);

@@ -77,8 +77,8 @@ void OMExpressionLValueCall::evaluate_yielding(Task &task, Value &result, Enviro
 				frame.goTo(ARGUMENTS);
 				break;
 			case ENTERED:
-				frame.call(BODY_KNOWN, [&]
-				    { Evaluation::evaluateOperand(task, frame->value, frame->callee.function()->fBody, *frame->callEnvironment); });
+				frame.call(BODY_KNOWN,
+				    [&] { Evaluation::evaluateOperand(task, frame->value, frame->callee.function()->fBody, *frame->callEnvironment); });
 				break;
 			case BODY_KNOWN:
 				result = std::move(frame->value);

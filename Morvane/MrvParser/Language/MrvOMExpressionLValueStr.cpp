@@ -283,8 +283,8 @@ void OMExpressionLValueStr::evaluateCall_yielding(Task &task, Value &result, Env
 					frame.finish();
 					break;
 				}
-				frame.call(BODY_KNOWN, [&]
-				    { Evaluation::evaluateOperand(task, frame->value, frame->callee.function()->fBody, *frame->callEnvironment); });
+				frame.call(BODY_KNOWN,
+				    [&] { Evaluation::evaluateOperand(task, frame->value, frame->callee.function()->fBody, *frame->callEnvironment); });
 				break;
 			case BODY_KNOWN:
 				result = std::move(frame->value);

@@ -66,7 +66,8 @@ public:
 	Ref(const Ref &other) noexcept : Ref(other.fObject) {}
 	Ref(Ref &&other) noexcept : fObject(std::exchange(other.fObject, nullptr)) {}
 	template <class U>
-	Ref(const Ref<U> &other) noexcept // NOLINT(google-explicit-constructor): a pointer to a derived class is one to its base : Ref(static_cast<T *>(other.get()))
+	// NOLINTNEXTLINE(google-explicit-constructor): a pointer to a derived class is one to its base
+	Ref(const Ref<U> &other) noexcept : Ref(static_cast<T *>(other.get()))
 	{
 	}
 	~Ref()
