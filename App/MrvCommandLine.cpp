@@ -3,6 +3,8 @@
 #include "MrvCoordinator/MrvInternalCoordinator.h"
 #include "MrvUtils/MrvDirs.h"
 
+#include <string_view>
+
 namespace Mrv
 {
 namespace
@@ -12,9 +14,13 @@ bool isSwitch(const std::string &argument)
 	return argument.size() > 1 && argument[0] == '-';
 }
 
-bool namesFile(const std::string &argument)
+// A file that is there, or the name of a script that is missing: that is an error to be told, not an argument for something else.
+bool namesScript(const std::string &argument)
 {
-	return Dirs::exists(argument) && !Dirs::dirExists(argument);
+	constexpr std::string_view ENDING = ".msl";
+	const bool isScriptName =
+	    argument.size() > ENDING.size() && std::string_view(argument).substr(argument.size() - ENDING.size()) == ENDING;
+	return (Dirs::exists(argument) && !Dirs::dirExists(argument)) || (isScriptName && !Dirs::exists(argument));
 }
 }
 
@@ -22,7 +28,7 @@ CommandLine CommandLine::split(const std::vector<std::string> &arguments)
 {
 	CommandLine line;
 	size_t index = 0;
-	if (!arguments.empty() && !isSwitch(arguments[0]) && namesFile(arguments[0]))
+	if (!arguments.empty() && !isSwitch(arguments[0]) && namesScript(arguments[0]))
 	{
 		line.switches = {"-f", arguments[0]};
 		line.launchArgs.assign(arguments.begin() + 1, arguments.end());

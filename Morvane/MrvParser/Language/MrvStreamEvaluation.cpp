@@ -16,6 +16,23 @@ bool isBlank(int32_t character)
 	return character == ' ' || character == '\t' || character == '\n' || character == '\r';
 }
 
+// Passes a line end that stands next and is there already, CR and LF together. False when something else stands there.
+bool passLineEnd(InputStream &stream)
+{
+	const auto next = [&stream] { return stream.hasBuffered() ? stream.buffered().front() : '\0'; };
+	if (next() != '\n' && next() != '\r')
+	{
+		return false;
+	}
+	const bool isCarriageReturn = next() == '\r';
+	stream.advance();
+	if (isCarriageReturn && next() == '\n')
+	{
+		stream.advance();
+	}
+	return true;
+}
+
 // A person may be waiting for what the parser waits for; taken back whatever way the parse ends.
 class InteractionLevel
 {
@@ -58,6 +75,7 @@ void parseAndEvalStream_yielding(Task &task, bool &success, const std::shared_pt
 		Value value;
 		bool isPending = false; // a value waits to be printed
 		bool isParsed = false;
+		bool isLineTaken = false; // the end of the statement's line was passed before it ran
 		bool isWritten = false;
 		uint64_t position = 0;
 		std::string text;
@@ -171,6 +189,8 @@ void parseAndEvalStream_yielding(Task &task, bool &success, const std::shared_pt
 					frame.goTo(NEXT_CHARACTER);
 					break;
 				}
+				// What the statement reads from the input is what comes behind its line.
+				frame->isLineTaken = frame->context->hasOperand() && passLineEnd(*ioStream);
 				frame.goTo(frame->context->hasOperand() ? RUN : NEXT_CHARACTER);
 				break;
 			case RUN:
@@ -185,7 +205,7 @@ void parseAndEvalStream_yielding(Task &task, bool &success, const std::shared_pt
 				{
 					reportErrorNote(task);
 				}
-				frame.goTo(NEXT_CHARACTER);
+				frame.goTo(frame->isLineTaken ? PRINT : NEXT_CHARACTER);
 				break;
 			case DONE:
 				break;
