@@ -95,7 +95,10 @@ bool ExpressionFactory::registerBinaryOperation(Value &result, BinOp binOp, cons
 		}
 	}
 	const bool isLoop = binOp == BinOp::WHILE || binOp == BinOp::DO_WHILE;
-	if (!isLoop && isConstant(left) && isConstant(right))
+	// Containers have no order: what would fail is left to fail when it runs, if it ever does.
+	const bool isOrderOfContainers =
+	    binOp >= BinOp::LT && binOp <= BinOp::GE && (left.isArray() || left.isMap()) && left.type() == right.type();
+	if (!isLoop && !isOrderOfContainers && isConstant(left) && isConstant(right))
 	{
 		bool isOk = true;
 		Value folded = binaryOperation(binOp, left, right, isOk);

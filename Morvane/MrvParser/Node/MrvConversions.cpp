@@ -400,6 +400,10 @@ bool appendInPlace(std::string &text, const Value &value)
 {
 	const size_t oldSize = text.size();
 	NodeWalk walk("+");
+	if (value.isString() && !walk.allowText(oldSize + value.text().size())) // known before anything is copied
+	{
+		return false;
+	}
 	if (appendAsString(text, value, walk))
 	{
 		return true;

@@ -32,6 +32,16 @@ Value add(const Value &left, const Value &right, bool &isOk)
 	}
 	std::string text;
 	NodeWalk walk("+");
+	if (left.isString() && right.isString())
+	{
+		// Known before anything is copied.
+		isOk = walk.allowText(left.text().size() + right.text().size());
+		if (!isOk)
+		{
+			return Value::error();
+		}
+		text.reserve(left.text().size() + right.text().size());
+	}
 	isOk = appendAsString(text, left, walk) && appendAsString(text, right, walk);
 	return isOk ? Value::string(std::move(text)) : Value::error();
 }
