@@ -1,0 +1,40 @@
+#pragma once
+
+#include "MrvCoordinator/MrvInternalCoordinator.h"
+
+#include <string>
+#include <vector>
+
+namespace Mrv::Test
+{
+// A coordinator that was started with these switches; ended, released and forgotten with this object.
+class CoordinatorStart
+{
+public:
+	explicit CoordinatorStart(std::vector<std::string> switches = {})
+	{
+		std::string program = "morvane";
+		std::vector<char *> argv{program.data()};
+		for (std::string &argument : switches)
+		{
+			argv.push_back(argument.data());
+		}
+		fIsStarted = InternalCoordinator::init(static_cast<int>(argv.size()), argv.data());
+	}
+	~CoordinatorStart() { release(); }
+	CoordinatorStart(const CoordinatorStart &) = delete;
+	CoordinatorStart &operator=(const CoordinatorStart &) = delete;
+
+	// Whether `init` succeeded.
+	bool isStarted() const { return fIsStarted; }
+
+	static void release()
+	{
+		InternalCoordinator::release();
+		Object::createMaps(); // other tests have objects without a coordinator
+	}
+
+private:
+	bool fIsStarted = false;
+};
+}
