@@ -15,9 +15,10 @@ struct JsonParser
 	std::shared_ptr<void> (*parse)(const std::string &text);
 };
 
-/** Every parser that takes part, ours first once it does. */
+/** Every parser that takes part, ours first. */
 const std::vector<JsonParser> &jsonParsers();
 
+std::shared_ptr<void> parseWithMorvane(const std::string &text);
 std::shared_ptr<void> parseWithNlohmann(const std::string &text);
 
 } // namespace Mrv::Bench
