@@ -336,7 +336,7 @@ bool appendAsString(std::string &text, const Value &value, NodeWalk &walk)
 	}
 	if (value.isReturned()) [[unlikely]]
 	{
-		return appendExpressionText(text, value, walk);
+		return appendExpressionText(text, value, TextPlace::WHOLE, walk);
 	}
 	if (value.isString())
 	{
@@ -374,7 +374,7 @@ bool appendToString(std::string &text, const Value &value, TextPlace place, Node
 	}
 	if (value.isReturned()) [[unlikely]]
 	{
-		return appendExpressionText(text, value, walk);
+		return appendExpressionText(text, value, TextPlace::WHOLE, walk);
 	}
 	if (value.isString())
 	{
