@@ -372,12 +372,8 @@ bool InternalCoordinator::deregisterObject()
 	return Object::deregisterObject();
 }
 
-void InternalCoordinator::release()
+void InternalCoordinator::releaseInstance()
 {
-	if (!sInstance)
-	{
-		return;
-	}
 	Task::exitAllTasks(sInstance->fMainTask.get());
 	sIsClosing = true;
 	if (fIsInited && !fSettings.coordinatorName.empty())
@@ -398,6 +394,15 @@ void InternalCoordinator::release()
 	}
 	sInstance.reset();
 	Object::deleteMaps();
+}
+
+void InternalCoordinator::release()
+{
+	if (sInstance)
+	{
+		releaseInstance();
+	}
+	// A start that was refused may have left settings without an object.
 	fSettings = CoordinatorSettings();
 	fLaunchArgs.clear();
 	fScopeFactory = nullptr;

@@ -130,6 +130,7 @@ private:
 	static bool publishProcessId();
 	static std::string getProcessIdFilePath(const std::string &coordinatorName);
 	static bool runStartupScript();
+	static void releaseInstance();
 	bool destroySessionData();
 	bool isStillPublished();
 	static int64_t computeAdaptiveSleep(int64_t now);

@@ -10,12 +10,15 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace Mrv
 {
 namespace
 {
 using Test::CoordinatorStart;
 using Test::MemoryConsole;
+using Test::takeLogLines;
 using Strings = std::vector<std::string>;
 
 // A process without being one: arguments and input go in, output and the exit status come out.
@@ -30,10 +33,17 @@ protected:
 		const CommandLine line = CommandLine::split(arguments);
 		EXPECT_EQ(line.error, "");
 		InternalCoordinator::setLaunchArgs(line.launchArgs);
+		MemoryConsole console; // of its own, since an input that has ended stays so
+		console.input = std::exchange(fInput, {});
+		console.isATerminal = fIsATerminal;
+		console.outcome = fOutcome;
 		const CoordinatorStart coordinator(line.switches);
 		EXPECT_TRUE(coordinator.isStarted());
 		const int status = ProcessRun(*InternalCoordinator::instance()).run();
-		Test::takeLogLines(); // what scripts log is tested with the language
+		fOutput += console.output;
+		fErrorOutput += console.errorOutput;
+		EXPECT_FALSE(console.isInKeyMode);
+		takeLogLines(); // what scripts log is tested with the language
 		return status;
 	}
 
@@ -49,22 +59,25 @@ protected:
 
 	int runInput(const std::string &input, const Strings &arguments)
 	{
-		fConsole.input = input;
+		fInput = input;
 		return run(arguments);
 	}
 
 	// What a person sees who types this at a terminal; the keys that were typed are seen too.
 	std::string typeIn(const std::string &keys)
 	{
-		fConsole.isATerminal = true;
-		fConsole.output.clear();
+		fIsATerminal = true;
+		fOutput.clear();
 		EXPECT_EQ(runInput(keys, {}), 0);
-		EXPECT_FALSE(fConsole.isInKeyMode);
-		return fConsole.output;
+		return fOutput;
 	}
 
 	std::string fPath;
-	MemoryConsole fConsole;
+	std::string fInput; // of the next run
+	bool fIsATerminal = false;
+	Platform::WriteOutcome fOutcome = Platform::WriteOutcome::WRITTEN;
+	std::string fOutput; // of all runs
+	std::string fErrorOutput;
 };
 
 TEST_F(ProcessRunTest, ExitStatuses)
@@ -80,41 +93,41 @@ TEST_F(ProcessRunTest, ExitStatuses)
 	    {"0", 0, ""},
 	    {"7", 0, ""},
 	    {"exit(7)", 7, "morvane: the script called exit(7)\n"},
-	    {"function f() { exit(255) } [f(), output('not here')]", 255, "morvane: the script called exit(255)\n"},
+	    {"function f() { exit(255) } x = [f(), output('not here')]", 255, "morvane: the script called exit(255)\n"},
 	    {"exit(0)", 0, ""},
 	    {"exit(256)", 0, ""},
 	    {"exit(-1)", 0, ""},
 	    {"exit('7')", 0, ""},
 	    {"exit()", 0, ""},
 	    {"quit()", 0, ""},
-	    {"1 + nosuch", 1, ":1:5: "},
-	    {"a = 1;\n\n  b = nosuch;", 1, ":3:7: "},
+	    {"1 + nosuch", 1, ":1:3: "},
+	    {"a = 1;\n\n  b = nosuch + 1;", 1, ":3:14: "},
 	    {"1;\na = ) 3", 2, ":2:5: "},
 	};
 	for (const auto &[script, status, error] : cases)
 	{
 		SCOPED_TRACE(script);
-		fConsole.errorOutput.clear();
+		fErrorOutput.clear();
 		EXPECT_EQ(runScript(script), status);
 		const std::string expected = error.starts_with(':') ? fPath + error : error;
-		EXPECT_EQ(fConsole.errorOutput.substr(0, expected.size()), expected);
-		EXPECT_EQ(fConsole.errorOutput.empty(), error.empty()) << fConsole.errorOutput;
+		EXPECT_EQ(fErrorOutput.substr(0, expected.size()), expected);
+		EXPECT_EQ(fErrorOutput.empty(), error.empty()) << fErrorOutput;
 	}
-	EXPECT_EQ(fConsole.output, "");
+	EXPECT_EQ(fOutput, "");
 }
 
 TEST_F(ProcessRunTest, AScriptThatIsMissing)
 {
 	EXPECT_EQ(run({"nosuch.msl"}), 2);
-	EXPECT_NE(fConsole.errorOutput.find("nosuch.msl could not be read or parsed"), std::string::npos);
+	EXPECT_NE(fErrorOutput.find("nosuch.msl could not be read or parsed"), std::string::npos);
 }
 
 TEST_F(ProcessRunTest, AScriptHasItsArgumentsAndStandardInput)
 {
-	fConsole.input = "one\ntwo\n";
+	fInput = "one\ntwo\n";
 	EXPECT_EQ(runScript("#!/usr/bin/env morvane\noutput(stringify(arguments) + stringify(stdIn()))", {"-v", "x"}), 0);
-	EXPECT_EQ(fConsole.output.substr(0, 11), R"(["-v", "x"])");
-	EXPECT_NE(fConsole.output.find("one"), std::string::npos);
+	EXPECT_EQ(fOutput.substr(0, 11), R"(["-v", "x"])");
+	EXPECT_NE(fOutput.find("one"), std::string::npos);
 }
 
 TEST_F(ProcessRunTest, AScriptFromStandardInputIsReadToItsEndFirst)
@@ -122,16 +135,16 @@ TEST_F(ProcessRunTest, AScriptFromStandardInputIsReadToItsEndFirst)
 	for (const Strings &arguments : {Strings{"-f", "-"}, Strings{}, Strings{"argument"}})
 	{
 		SCOPED_TRACE(testing::PrintToString(arguments));
-		fConsole.output.clear();
-		fConsole.errorOutput.clear();
+		fOutput.clear();
+		fErrorOutput.clear();
 		EXPECT_EQ(runInput("output('a');\n7\n", arguments), 0);
-		EXPECT_EQ(fConsole.output, "a");
+		EXPECT_EQ(fOutput, "a");
 		EXPECT_EQ(runInput("output('b'); exit(3)", arguments), 3);
-		EXPECT_EQ(fConsole.output, "ab");
+		EXPECT_EQ(fOutput, "ab");
 		// What can't be parsed doesn't begin to run.
 		EXPECT_EQ(runInput("output('c');\na = ) 3\n", arguments), 2);
-		EXPECT_EQ(fConsole.output, "ab");
-		EXPECT_NE(fConsole.errorOutput.find("standard input:2:5: "), std::string::npos) << fConsole.errorOutput;
+		EXPECT_EQ(fOutput, "ab");
+		EXPECT_NE(fErrorOutput.find("standard input:2:5: "), std::string::npos) << fErrorOutput;
 		EXPECT_EQ(runInput("", arguments), 0);
 	}
 }
@@ -139,16 +152,16 @@ TEST_F(ProcessRunTest, AScriptFromStandardInputIsReadToItsEndFirst)
 TEST_F(ProcessRunTest, StatementsFromStandardInputRunOneByOne)
 {
 	EXPECT_EQ(runInput("output('a');\n7\noutput('b')\n", {"-I"}), 0);
-	EXPECT_EQ(fConsole.output, "ab");
+	EXPECT_EQ(fOutput, "ab");
 	EXPECT_EQ(runInput("output('c');\n7\na = ) 3\noutput('d');\n", {"-I"}), 2);
-	EXPECT_EQ(fConsole.output, "abc");
-	EXPECT_NE(fConsole.errorOutput.find("standard input:3:5: "), std::string::npos) << fConsole.errorOutput;
-	EXPECT_NE(fConsole.errorOutput.find("morvane: standard input could not be parsed\n"), std::string::npos);
+	EXPECT_EQ(fOutput, "abc");
+	EXPECT_NE(fErrorOutput.find("standard input:3:5: "), std::string::npos) << fErrorOutput;
+	EXPECT_NE(fErrorOutput.find("morvane: standard input could not be parsed\n"), std::string::npos);
 	// An Error is told, and the next statement runs.
-	fConsole.errorOutput.clear();
+	fErrorOutput.clear();
 	EXPECT_EQ(runInput("nosuch + 1;\noutput('e');\nexit(4);\noutput('f');\n", {"-I"}), 4);
-	EXPECT_EQ(fConsole.output, "abce");
-	EXPECT_NE(fConsole.errorOutput.find("standard input:1:1: "), std::string::npos) << fConsole.errorOutput;
+	EXPECT_EQ(fOutput, "abce");
+	EXPECT_NE(fErrorOutput.find("standard input:1:8: "), std::string::npos) << fErrorOutput;
 }
 
 TEST_F(ProcessRunTest, ThePromptPrintsValues)
@@ -158,7 +171,7 @@ TEST_F(ProcessRunTest, ThePromptPrintsValues)
 	// Several on a line, and a key that takes one back.
 	EXPECT_EQ(typeIn("1; 2\r"), "> 1; 2\r\n2\n> ");
 	EXPECT_EQ(typeIn("12\b3\r"), "> 12\b \b3\r\n13\n> ");
-	EXPECT_EQ(fConsole.errorOutput, "");
+	EXPECT_EQ(fErrorOutput, "");
 }
 
 TEST_F(ProcessRunTest, ThePromptSurvivesATypo)
@@ -166,10 +179,10 @@ TEST_F(ProcessRunTest, ThePromptSurvivesATypo)
 	for (const std::string typo : {"a ==== 8", ")", "'open\\q", "nosuch + 1;"})
 	{
 		SCOPED_TRACE(typo);
-		fConsole.errorOutput.clear();
+		fErrorOutput.clear();
 		const std::string seen = typeIn(typo + "\r1 + 1\r");
 		EXPECT_TRUE(seen.ends_with("> 1 + 1\r\n2\n> ")) << seen;
-		EXPECT_NE(fConsole.errorOutput.find("standard input:1:"), std::string::npos) << fConsole.errorOutput;
+		EXPECT_NE(fErrorOutput.find("standard input:1:"), std::string::npos) << fErrorOutput;
 	}
 }
 
@@ -186,15 +199,15 @@ TEST_F(ProcessRunTest, ThePromptIsLeftByExit)
 		SCOPED_TRACE(leave);
 		EXPECT_EQ(typeIn(leave + "\routput('not here')\r"), "> " + leave + "\r\n");
 	}
-	fConsole.isATerminal = true;
+	fIsATerminal = true;
 	EXPECT_EQ(runInput("exit(9)\r", {}), 9);
 	// After a script that failed the prompt is the last job.
-	fConsole.isATerminal = false;
+	fIsATerminal = false;
 	EXPECT_EQ(runScript("nosuch + 1"), 1);
-	fConsole.input = "a\n";
-	fConsole.output.clear();
+	fInput = "a\n";
+	fOutput.clear();
 	EXPECT_EQ(run({"-f", fPath, "-i", "-p", "?"}), 0);
-	EXPECT_TRUE(fConsole.output.starts_with("?")) << fConsole.output;
+	EXPECT_TRUE(fOutput.starts_with("?")) << fOutput;
 }
 
 TEST_F(ProcessRunTest, OutputThatFailsEndsTheRun)
@@ -202,15 +215,10 @@ TEST_F(ProcessRunTest, OutputThatFailsEndsTheRun)
 	for (const std::string script : {"while (true) output('x\\n')", "output('x')"})
 	{
 		SCOPED_TRACE(script);
-		{
-			MemoryConsole full;
-			full.outcome = Platform::WriteOutcome::FAILED;
-			EXPECT_EQ(runScript(script), 1);
-		}
-		MemoryConsole closed;
-		closed.outcome = Platform::WriteOutcome::CLOSED_PIPE;
+		fOutcome = Platform::WriteOutcome::FAILED;
+		EXPECT_EQ(runScript(script), 1);
+		fOutcome = Platform::WriteOutcome::CLOSED_PIPE;
 		EXPECT_EQ(runScript(script), 0);
-		EXPECT_EQ(closed.errorOutput, "");
 	}
 }
 }

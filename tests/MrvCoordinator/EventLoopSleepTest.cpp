@@ -8,10 +8,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace Mrv
 {
 namespace
 {
+using Test::CoordinatorStart;
+using Test::FunctionTask;
+
 constexpr int64_t MICROSECOND = 1000;
 constexpr int64_t MILLISECOND = 1000 * MICROSECOND;
 constexpr int64_t SECOND = 1000 * MILLISECOND;
@@ -37,8 +42,6 @@ protected:
 		Platform::setSleepFunction(nullptr);
 		Platform::setClockSource(nullptr);
 	}
-
-	using CoordinatorStart = Test::CoordinatorStart;
 
 	// How long the loop sleeps after one pass.
 	static int64_t sleepAfterOnePass()
@@ -88,7 +91,7 @@ TEST_F(EventLoopSleepTest, NoneWhileATaskWasCutOff)
 {
 	ASSERT_TRUE(fCoordinator.isStarted());
 	bool isBusy = true;
-	const auto task = Test::FunctionTask::factory(
+	const auto task = FunctionTask::factory(
 	    [&](Task &self)
 	    {
 		    while (isBusy && !self.mustYield())

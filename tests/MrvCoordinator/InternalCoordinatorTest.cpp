@@ -18,7 +18,10 @@ namespace Mrv
 namespace
 {
 using Test::CoordinatorStart;
+using Test::logLines;
 using Test::MemoryConsole;
+using Test::readWholeFile;
+using Test::takeLogLines;
 using Strings = std::vector<std::string>;
 
 const std::string OWN_ID = std::to_string(Platform::currentProcessId());
@@ -68,8 +71,8 @@ TEST(InternalCoordinatorTest, AWrongCommandLineRefusesTheStartAndLeavesNothingBe
 		{
 			const CoordinatorStart refused(switches);
 			EXPECT_FALSE(refused.isStarted());
-			EXPECT_FALSE(Test::logLines().empty());
-			Test::takeLogLines();
+			EXPECT_FALSE(logLines().empty());
+			takeLogLines();
 		}
 		const CoordinatorStart next;
 		EXPECT_TRUE(next.isStarted());
@@ -139,7 +142,7 @@ TEST(InternalCoordinatorTest, TheProcessIdIsPublishedWhileItRuns)
 		writeFile(path, stale);
 		const CoordinatorStart coordinator({"-n", "published"});
 		EXPECT_TRUE(coordinator.isStarted());
-		EXPECT_EQ(Test::readWholeFile(path), OWN_ID);
+		EXPECT_EQ(readWholeFile(path), OWN_ID);
 		EXPECT_EQ(InternalCoordinator::getPublishedProcessId("net.morvane.coordinator.published"), Platform::currentProcessId());
 		CoordinatorStart::release();
 		EXPECT_FALSE(Dirs::exists(path));
@@ -161,7 +164,7 @@ TEST(InternalCoordinatorTest, AFileThatAnotherHasTakenOverStays)
 		EXPECT_TRUE(InternalCoordinator::isTerminating());
 		EXPECT_LOG("published pid has changed; another coordinator node has taken over. Terminating");
 	}
-	EXPECT_EQ(Test::readWholeFile(path), "2147483632");
+	EXPECT_EQ(readWholeFile(path), "2147483632");
 	Platform::removeFile(path);
 }
 
@@ -177,7 +180,7 @@ TEST(InternalCoordinatorTest, LifeMayBeginAgain)
 		EXPECT_EQ(InternalCoordinator::getLaunchArgs(), Strings{});
 		EXPECT_TRUE(InternalCoordinator::getSettings().isInteractive);
 		Value &left = InternalCoordinator::getCoordinatorScope()->getEnvironment().create(Name("left"));
-		EXPECT_EQ(left.getType(), OMType::Undefined);
+		EXPECT_EQ(left.type(), OMType::Undefined);
 		left = Value::integer(life);
 		if (life != 1) // with and without an orderly end
 		{

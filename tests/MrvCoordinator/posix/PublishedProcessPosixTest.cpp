@@ -14,6 +14,7 @@ namespace Mrv
 namespace
 {
 using Test::CoordinatorStart;
+using Test::readWholeFile;
 
 TEST(PublishedProcessTest, ANameInUseRefusesTheStartAndStaysItsOwners)
 {
@@ -27,9 +28,9 @@ TEST(PublishedProcessTest, ANameInUseRefusesTheStartAndStaysItsOwners)
 		const CoordinatorStart refused({"-n", "taken"});
 		EXPECT_FALSE(refused.isStarted());
 		EXPECT_LOG("processId == 0 || ! Process::isRunning(processId)");
-		EXPECT_EQ(Test::readWholeFile(path), owner + "\n");
+		EXPECT_EQ(readWholeFile(path), owner + "\n");
 	}
-	EXPECT_EQ(Test::readWholeFile(path), owner + "\n");
+	EXPECT_EQ(readWholeFile(path), owner + "\n");
 	Platform::removeFile(path);
 
 	const CoordinatorStart other({"-n", "taken"});
