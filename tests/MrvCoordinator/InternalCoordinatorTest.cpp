@@ -170,8 +170,12 @@ TEST(InternalCoordinatorTest, AFileThatAnotherHasTakenOverStays)
 
 TEST(InternalCoordinatorTest, LifeMayBeginAgain)
 {
-	EXPECT_TRUE(InternalCoordinator::runEventLoop(-1)); // there is nothing to run yet
-	EXPECT_TRUE(InternalCoordinator::runEventLoop(1'000'000));
+	{
+		const CoordinatorStart refused({"-n"}); // there is a coordinator, but nothing to run
+		takeLogLines();
+		EXPECT_TRUE(InternalCoordinator::runEventLoop(-1));
+		EXPECT_TRUE(InternalCoordinator::runEventLoop(1'000'000));
+	}
 	for (int life = 0; life < 3; ++life)
 	{
 		const CoordinatorStart coordinator({"-n", "again", "-i"});
