@@ -1,8 +1,10 @@
 #include "MrvCoordinator/MrvInternalCoordinator.h"
 
 #include "support/CoordinatorStart.h"
-#include "support/MrvTestCoordinator.h"
 
+#include "MrvParser/Language/MrvOMScope.h"
+#include "MrvParser/Stream/MrvInputStreamString.h"
+#include "MrvParser/Task/MrvEvalScriptTask.h"
 #include "MrvPlatform/MrvClock.h"
 #include "MrvPlatform/MrvSleep.h"
 
@@ -15,7 +17,6 @@ namespace Mrv
 namespace
 {
 using Test::CoordinatorStart;
-using Test::FunctionTask;
 
 constexpr int64_t MICROSECOND = 1000;
 constexpr int64_t MILLISECOND = 1000 * MICROSECOND;
@@ -23,6 +24,7 @@ constexpr int64_t SECOND = 1000 * MILLISECOND;
 constexpr int64_t BASE = 5 * MILLISECOND;
 
 int64_t sNow = 0;
+int64_t sStep = 0; // that each look at the clock takes
 int64_t sSlept = 0;
 
 // Time stands still but for what a test adds; sleeps are measured instead of slept.
@@ -32,8 +34,9 @@ protected:
 	EventLoopSleepTest()
 	{
 		sNow = 1000 * SECOND;
+		sStep = 0;
 		sSlept = 0;
-		Platform::setClockSource([] { return sNow; });
+		Platform::setClockSource([] { return sNow += sStep; });
 		Platform::setSleepFunction([](int64_t deadline) { sSlept += deadline - sNow; });
 	}
 	~EventLoopSleepTest() override
@@ -90,26 +93,20 @@ TEST_F(EventLoopSleepTest, GrowsInStagesFromTheLastMessageOn)
 TEST_F(EventLoopSleepTest, NoneWhileATaskWasCutOff)
 {
 	ASSERT_TRUE(fCoordinator.isStarted());
-	bool isBusy = true;
-	const auto task = FunctionTask::factory(
-	    [&](Task &self)
-	    {
-		    while (isBusy && !self.mustYield())
-		    {
-			    sNow += MICROSECOND;
-		    }
-	    });
-	task->setPersistent(true); // it lives on between its slices
+	const auto task = EvalScriptTask::streamFactory(InternalCoordinator::getCoordinatorScope(),
+	    std::make_shared<InputStreamString>("while (true) {}"), "endless", HandleReturnValue::UNWRAP);
 	Task::startTask(task);
-	for (int pass = 0; pass < 4; ++pass)
+	sStep = 20 * MICROSECOND;
+	for (int pass = 0; pass < 5; ++pass)
 	{
 		sNow += SECOND;
 		EXPECT_EQ(sleepAfterOnePass(), 0);
 	}
-	// It lives on, but uses less than its slice.
-	isBusy = false;
-	sNow += SECOND;
-	EXPECT_EQ(sleepAfterOnePass(), BASE);
+	EXPECT_FALSE(task->isTaskCompleted());
+	task->exit();
+	sleepAfterOnePass();
+	sStep = 0;
+	EXPECT_GE(sleepAfterOnePass(), BASE);
 }
 
 TEST_F(EventLoopSleepTest, NeverPastTheEndOfASlice)
