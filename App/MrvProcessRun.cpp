@@ -38,6 +38,7 @@ int ProcessRun::run()
 	Task::exitAllTasks(fCoordinator.getMainTask().get());
 	InternalCoordinator::terminate();
 	InternalCoordinator::runEventLoop(settings.delayQuitMicroseconds);
+	InternalCoordinator::setInputKind(InternalCoordinator::InputKind::EMPTY); // gives a terminal its modes back
 	if (Platform::console().flush() == Platform::WriteOutcome::FAILED)
 	{
 		end(ENDED_IN_ERROR, "standard output can't be written");

@@ -6,6 +6,7 @@
 #include "MrvParser/Language/MrvParser.h"
 #include "MrvParser/Stream/MrvIOStreamPrompted.h"
 #include "MrvPlatform/MrvConsole.h"
+#include "MrvTask/MrvIInternalCoordinator.h"
 
 namespace Mrv
 {
@@ -180,6 +181,8 @@ void parseAndEvalStream_yielding(Task &task, bool &success, const std::shared_pt
 				}
 				if (ioStream->getPos() == frame->position)
 				{
+					frame->context->addError("parsing failed", *ioStream);
+					Parser::writeError(*frame->context);
 					LOG_ERROR("parsing failed");
 					if (!hasOutput || !ioStream->discardBuffered())
 					{
@@ -201,6 +204,12 @@ void parseAndEvalStream_yielding(Task &task, bool &success, const std::shared_pt
 				// `return` at the prompt is worth its value and ends nothing.
 				frame->value.dropControl();
 				frame->isPending = true;
+				if (IInternalCoordinator::isTerminatingNow())
+				{
+					success = true; // the statement has asked for the end: nothing is printed any more
+					frame.finish();
+					break;
+				}
 				if (frame->value.isError())
 				{
 					reportErrorNote(task);
