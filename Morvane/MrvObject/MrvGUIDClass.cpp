@@ -1,8 +1,10 @@
 #include "MrvObject/MrvGUIDClass.h"
 
 #include "MrvPlatform/MrvClock.h"
+#include "MrvPlatform/MrvLasting.h"
 #include "MrvPlatform/MrvProcess.h"
 
+#include <array>
 #include <exception>
 #include <random>
 #include <string_view>
@@ -20,15 +22,48 @@ struct GUIDValueHash
 	std::size_t operator()(const GUIDValue &value) const { return value.high ^ value.low; }
 };
 
+constexpr std::array<std::int8_t, 256> kDigitValues = []
+{
+	std::array<std::int8_t, 256> values{};
+	values.fill(-1);
+	for (std::size_t value = 0; value < kDigits.size(); ++value)
+	{
+		const auto upper = static_cast<unsigned char>(kDigits[value]);
+		values[upper] = static_cast<std::int8_t>(value);
+		values[upper >= 'A' ? upper | 0x20U : upper] = static_cast<std::int8_t>(value);
+	}
+	return values;
+}();
+
 // The digit's value, -1 for another character.
 int hexDigit(char character)
 {
-	if (character >= '0' && character <= '9')
+	return kDigitValues[static_cast<unsigned char>(character)];
+}
+
+// Takes in all digits of the text, whatever stands between them. Whether they are as many as a GUID has, and nothing but separators stands
+// between them.
+bool readDigits(std::string_view text, GUIDValue &value)
+{
+	GUIDValue read; // a local one stays in registers
+	std::size_t digitCount = 0;
+	bool hasOnlySeparators = true;
+	for (const char character : text)
 	{
-		return character - '0';
+		const int digit = hexDigit(character);
+		if (digit >= 0)
+		{
+			read.high = (read.high << 4) | (read.low >> 60);
+			read.low = (read.low << 4) | static_cast<std::uint64_t>(digit);
+			++digitCount;
+		}
+		else if (character != '-')
+		{
+			hasOnlySeparators = hasOnlySeparators && std::string_view("_[]{}()").find(character) != std::string_view::npos;
+		}
 	}
-	const char upper = static_cast<char>(character & ~0x20);
-	return upper >= 'A' && upper <= 'F' ? upper - 'A' + 10 : -1;
+	value = read;
+	return hasOnlySeparators && digitCount == kDigitCount;
 }
 
 std::uint64_t seedFromClock()
@@ -59,33 +94,26 @@ std::mt19937_64 &generator()
 
 GUIDClass *GUIDClass::factory(const GUIDValue &value)
 {
-	static GUIDClass *const sNullGUID = new GUIDClass(GUIDValue{});
-	static auto *const fGUIDs = new std::unordered_map<GUIDValue, GUIDClass *, GUIDValueHash>;
-	if (value == GUIDValue{})
-	{
-		return sNullGUID;
-	}
-	GUIDClass *&instance = (*fGUIDs)[value];
+	static auto &fGUIDs = Platform::makeLasting<std::unordered_map<GUIDValue, std::unique_ptr<GUIDClass>, GUIDValueHash>>();
+	std::unique_ptr<GUIDClass> &instance = fGUIDs[value];
 	if (!instance)
 	{
-		instance = new GUIDClass(value);
+		instance.reset(new GUIDClass(value));
 	}
-	return instance;
+	return instance.get();
 }
 
 GUIDClass *GUIDClass::factory(const std::string &text)
 {
 	GUIDValue value;
-	for (const char character : text)
-	{
-		const int digit = hexDigit(character);
-		if (digit >= 0)
-		{
-			value.high = (value.high << 4) | (value.low >> 60);
-			value.low = (value.low << 4) | static_cast<std::uint64_t>(digit);
-		}
-	}
+	readDigits(text, value);
 	return factory(value);
+}
+
+GUIDClass *GUIDClass::factoryIfValid(const std::string &text)
+{
+	GUIDValue value;
+	return readDigits(text, value) ? factory(value) : nullptr;
 }
 
 GUIDClass *GUIDClass::factory(const IGUIDSource &source)
@@ -95,22 +123,8 @@ GUIDClass *GUIDClass::factory(const IGUIDSource &source)
 
 bool GUIDClass::isValid(const std::string &text)
 {
-	std::size_t digitCount = 0;
-	for (const char character : text)
-	{
-		if (hexDigit(character) >= 0)
-		{
-			if (++digitCount > kDigitCount)
-			{
-				return false;
-			}
-		}
-		else if (std::string_view("_-[]{}()").find(character) == std::string_view::npos)
-		{
-			return false;
-		}
-	}
-	return digitCount == kDigitCount;
+	GUIDValue value;
+	return readDigits(text, value);
 }
 
 GUIDClass *GUIDClass::randomFactory()

@@ -25,8 +25,8 @@ public:
 	virtual GUIDValue getGUIDValue() const = 0;
 };
 
-// An immutable 128-bit name. There is one instance for each value, which is never freed: equal GUIDs are equal pointers, and
-// `GUIDClass *` is what is passed around, compared and used as a key.
+// An immutable 128-bit name. There is one instance for each value, which lives until the module is unloaded: equal GUIDs are equal
+// pointers, and `GUIDClass *` is what is passed around, compared and used as a key.
 class GUIDClass
 {
 public:
@@ -40,6 +40,9 @@ public:
 	// The instance for a value. 0 gives the one null GUID.
 	static GUIDClass *factory(const GUIDValue &value);
 	static GUIDClass *factory(const IGUIDSource &source);
+
+	// The instance for a text that is valid, in the sense of `isValid`; null for another.
+	static GUIDClass *factoryIfValid(const std::string &text);
 
 	// Whether `text` holds exactly 32 hexadecimal digits and besides them nothing but "_-[]{}()".
 	static bool isValid(const std::string &text);

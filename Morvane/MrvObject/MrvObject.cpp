@@ -1,15 +1,17 @@
-// The registries are reached through pointers that are set before anything else of the library runs, and that nobody clears at
-// unload: an object that a static variable of another file holds may die later than any destructor here would run.
+// The registries are reached through pointers that are set before anything else of the library runs, and that are cleared after its last
+// static object is gone: such an object may hold objects that are deregistered when it dies.
 #include "MrvObject/MrvObject.h"
 
 #include "MrvLogger/MrvChecks.h"
 #include "MrvObject/MrvGUIDClass.h"
+#include "MrvPlatform/MrvLasting.h"
 
 #include <utility>
 
 namespace Mrv
 {
 constinit Object::TypeNameMap<Factory> *Object::fFactoryMap = nullptr;
+constinit Object::TypeNameMap<Factory> *Object::fForeignTextFactoryMap = nullptr;
 constinit Object::TypeNameMap<ByNameFactory> *Object::fByNameFactoryMap = nullptr;
 constinit Object::TypeNameMap<DeserializationFactory> *Object::fDeserializationFactoryMap = nullptr;
 constinit Object::TypeNameMap<std::shared_ptr<IObject>> *Object::fPrototypeMap = nullptr;
@@ -39,6 +41,7 @@ void deleteMap(Map *&map)
 const bool sAreMapsCreated = []
 {
 	Object::createMaps();
+	Platform::callAtUnload([](void *) { Object::deleteMaps(); }, nullptr);
 	return true;
 }();
 }
@@ -46,6 +49,7 @@ const bool sAreMapsCreated = []
 void Object::createMaps()
 {
 	createIfAbsent(fFactoryMap);
+	createIfAbsent(fForeignTextFactoryMap);
 	createIfAbsent(fByNameFactoryMap);
 	createIfAbsent(fDeserializationFactoryMap);
 	createIfAbsent(fPrototypeMap);
@@ -61,6 +65,7 @@ void Object::deleteMaps()
 	deleteMap(fPrototypeMap);
 	deleteMap(fByNameFactoryMap);
 	deleteMap(fFactoryMap);
+	deleteMap(fForeignTextFactoryMap);
 	deleteMap(fDeserializationFactoryMap);
 }
 
@@ -109,9 +114,17 @@ bool Object::removeFactory(TypeNameMap<FactoryFunction> *map, const std::string 
 	return true;
 }
 
-bool Object::registerFactory(const std::string &typeName, Factory factory)
+bool Object::registerFactory(const std::string &typeName, Factory factory, FactoryUse use)
 {
-	return enterFactory(fFactoryMap, "no fFactoryMap", typeName, factory);
+	if (!enterFactory(fFactoryMap, "no fFactoryMap", typeName, factory))
+	{
+		return false;
+	}
+	if (use == FactoryUse::FOREIGN_TEXT && fForeignTextFactoryMap)
+	{
+		fForeignTextFactoryMap->emplace(typeName, factory);
+	}
+	return true;
 }
 
 bool Object::registerByNameFactory(const std::string &typeName, ByNameFactory factory)
@@ -126,6 +139,10 @@ bool Object::registerDeserializationFactory(const std::string &typeName, Deseria
 
 bool Object::deregisterFactory(const std::string &typeName)
 {
+	if (fForeignTextFactoryMap)
+	{
+		fForeignTextFactoryMap->erase(typeName);
+	}
 	return removeFactory(fFactoryMap, typeName);
 }
 
@@ -165,6 +182,11 @@ std::shared_ptr<IObject> living(const Map &map, const Key &key)
 FactoryWrapperClass Object::getFactory(const std::string &typeName)
 {
 	return wrapped<FactoryWrapperClass>(fFactoryMap, typeName);
+}
+
+FactoryWrapperClass Object::getFactoryForForeignText(const std::string &typeName)
+{
+	return wrapped<FactoryWrapperClass>(fForeignTextFactoryMap, typeName);
 }
 
 ByNameFactoryWrapperClass Object::getByNameFactory(const std::string &typeName)
@@ -268,7 +290,9 @@ bool Object::registerObjectGUID()
 
 bool Object::registerObjectID(const std::shared_ptr<IObject> &objPtr)
 {
-	ASSIGN_TYPED(Object, obj, objPtr, return false);
+	// Every object that is made comes here: a cast would cost more than all the rest.
+	Object *obj = objPtr ? objPtr->getObject() : nullptr;
+	MRV_ASSIGNED("ASSIGN_TYPED", obj, "Object obj = objPtr;", return false);
 	if (obj->fID != 0)
 	{
 		LOG_ERROR("already registered");

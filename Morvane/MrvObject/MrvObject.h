@@ -3,6 +3,7 @@
 #include "MrvObject/MrvFactoryWrapper.h"
 #include "MrvObject/MrvHash.h"
 #include "MrvObject/MrvIObject.h"
+#include "MrvObject/MrvOpCode.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -27,7 +28,7 @@ enum class RegisterDeregister
 //
 // The registries come into being when the library is loaded. `deleteMaps` takes them away at the end of a run; operations that find
 // one absent fail quietly enough for objects that die later.
-class Object : public IObject, public virtual std::enable_shared_from_this<Object>
+class Object : public virtual IObject, public virtual std::enable_shared_from_this<Object>
 {
 public:
 	GUIDClass *createGUID() override;
@@ -48,7 +49,13 @@ public:
 	bool operator!=(const IObject &other) const override { return !(*this == other); }
 
 	// Enter a factory under a type name. False, with a log line, when the name has one already, which stays.
-	static bool registerFactory(const std::string &typeName, Factory factory);
+	// Of plain factories only those that say so are called for a type name that came from outside.
+	enum class FactoryUse
+	{
+		OWN_NAMES,
+		FOREIGN_TEXT,
+	};
+	static bool registerFactory(const std::string &typeName, Factory factory, FactoryUse use = FactoryUse::OWN_NAMES);
 	static bool registerByNameFactory(const std::string &typeName, ByNameFactory factory);
 	static bool registerDeserializationFactory(const std::string &typeName, DeserializationFactory factory);
 
@@ -59,6 +66,8 @@ public:
 
 	// A wrapper, empty when the name is unknown.
 	static FactoryWrapperClass getFactory(const std::string &typeName);
+	// Empty too when the factory isn't fit for foreign text.
+	static FactoryWrapperClass getFactoryForForeignText(const std::string &typeName);
 	static ByNameFactoryWrapperClass getByNameFactory(const std::string &typeName);
 	static DeserializationFactoryWrapperClass getDeserializationFactory(const std::string &typeName);
 
@@ -68,6 +77,9 @@ public:
 	// The living object with that id or GUID, empty when there is none.
 	static std::shared_ptr<IObject> getObjectFromID(std::uint64_t id);
 	static std::shared_ptr<const IObject> getRegisteredObject(GUIDClass *guid);
+
+	// The name of an operation of messages; empty, with a log line, for a number that is none.
+	static const std::string &opCodeToString(OpCode opCode);
 
 	// Takes back what `object` has registered. Doesn't free it.
 	static void deleter(Object *object);
@@ -96,6 +108,7 @@ private:
 	std::uint64_t fID = 0;
 
 	static TypeNameMap<Factory> *fFactoryMap;
+	static TypeNameMap<Factory> *fForeignTextFactoryMap; // those of fFactoryMap that foreign text may name
 	static TypeNameMap<ByNameFactory> *fByNameFactoryMap;
 	static TypeNameMap<DeserializationFactory> *fDeserializationFactoryMap;
 	static TypeNameMap<std::shared_ptr<IObject>> *fPrototypeMap;

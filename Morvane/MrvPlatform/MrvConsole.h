@@ -54,14 +54,20 @@ public:
 	// outside the key mode, input comes by lines, edited by the system.
 	virtual InputState readInput(std::string &bytes, std::size_t maximum) = 0;
 
-	// From here to `leaveKeyMode` a terminal gives each key as it is struck, without an echo. Every way out of the process that a
-	// program can see restores the terminal: return, `exit`, signals. False when INPUT is no terminal. Entering twice is harmless.
+	// From here to `leaveKeyMode` a terminal gives each key as it is struck, without an echo, for `readLine`. Every way out of the
+	// process that a program can see restores the terminal: return, `exit`, signals. False when INPUT is no terminal. Entering twice is
+	// harmless.
 	virtual bool enterKeyMode() = 0;
 	virtual void leaveKeyMode() = 0;
 
-	// One key of the key mode, as UTF-8 (READY; the text may be several bytes for one character). Enter is CR or LF as the terminal
-	// sends it. The key for the end of input (Ctrl-D, on Windows Ctrl-Z) gives END, once.
-	virtual InputState readKey(std::string &key) = 0;
+	// A line that a person edits in the key mode, with a history; it is echoed, behind what stands in the row already. READY: `line` is the
+	// finished line with LF as its end. NOTHING_YET also after Ctrl-C, which drops the line and is noted as an interrupt (`takeInterrupt`):
+	// while a line is edited it is a key like others, and at other times a signal. END: Ctrl-D on an empty line, or the terminal has gone.
+	// Outside the key mode `line` is what there is.
+	virtual InputState readLine(std::string &line) = 0;
+
+	// The file that keeps the history of lines across sessions; empty for none.
+	virtual void setHistoryFile(const std::string &path) = 0;
 
 	// Whether something to read ends a sleep. To be on only while somebody is going to read.
 	virtual void setInputWakesSleep(bool wakes) = 0;

@@ -3,9 +3,12 @@
 #include <optional>
 #include <string>
 
-// Environment variables, as UTF-8, and the places that the well-known folders come from.
+// The system's name, environment variables as UTF-8, and the places that the well-known folders come from.
 namespace Mrv::Platform
 {
+// "linux" or "windows".
+const std::string &systemName();
+
 // The variable's value, which may be empty; none when it isn't set or the name is no possible one.
 std::optional<std::string> environmentVariable(const std::string &name);
 
@@ -18,6 +21,7 @@ enum class WellKnownFolder
 {
 	HOME,        // the user's home
 	USER_DATA,   // where programs keep a user's data
+	LOCAL_DATA,  // the same for what doesn't follow the user to other machines
 	SYSTEM_DATA, // where programs keep data of all users
 	TEMPORARY,   // for files that may vanish
 };

@@ -47,7 +47,8 @@ bool removeDirectory(const std::string &path);
 // Removes a file or a link, never what the link leads to.
 bool removeFile(const std::string &path);
 
-// Renames, in one step; a file that has the new name already is replaced.
+// Renames, in one step; a file that has the new name already is replaced. Where a file that somebody has open can't be renamed or
+// replaced, this waits for up to 100 ms until it is closed.
 bool renameReplacing(const std::string &from, const std::string &to);
 
 // The current folder, without a separator at its end unless it is a root.

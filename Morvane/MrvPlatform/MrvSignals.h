@@ -14,6 +14,16 @@ void installOrderlyEndHandlers();
 // window as 1, Ctrl-Break, log-off and shutdown as 15.
 int pendingSignal() noexcept;
 
+// While on, the first requests by Ctrl-C (SIGINT, CTRL_C_EVENT) are no requests for the end: each is an interrupt of what runs, and ends
+// the present sleep. When nobody takes them, the third asks for the end after all. Switching forgets what was noted.
+void setInterruptsAreTaken(bool areTaken) noexcept;
+
+// Notes an interrupt that came in another way, as a key.
+void noteInterrupt() noexcept;
+
+// Whether there was an interrupt since this was asked last.
+bool takeInterrupt() noexcept;
+
 // Main says that nothing is left to do but to return. On Windows this ends the wait of a close, log-off or shutdown event, which
 // holds the system back for at most 4 s; elsewhere it does nothing.
 void orderlyEndReached() noexcept;
@@ -22,6 +32,6 @@ void orderlyEndReached() noexcept;
 // The answer is Windows's: whether the event was handled. Public so that a test can call it.
 bool handleEndRequest(std::uint32_t number) noexcept;
 
-// Forgets a request and an end that were noted. For tests.
+// Forgets requests and an end that were noted. For tests.
 void resetOrderlyEnd() noexcept;
 }

@@ -2,6 +2,7 @@
 
 #include "MrvPlatform/MrvClock.h"
 #include "MrvPlatform/MrvConsole.h"
+#include "MrvPlatform/MrvLasting.h"
 #include "MrvPlatform/MrvSleepSources.h"
 
 #include <algorithm>
@@ -23,9 +24,8 @@ WakeSourceId addWakeSource(Detail::WakeSource source)
 
 std::vector<Detail::WakeSource> &Detail::wakeSources()
 {
-	// Never freed: a static object's destructor may still unregister.
-	static auto *const sSources = new std::vector<WakeSource>;
-	return *sSources;
+	static auto &sSources = makeLasting<std::vector<WakeSource>>();
+	return sSources;
 }
 
 bool Detail::askPolledSources(bool &ready)
@@ -34,7 +34,7 @@ bool Detail::askPolledSources(bool &ready)
 	ready = false;
 	for (const WakeSource &source : wakeSources())
 	{
-		if (source.isReady)
+		if (source.kind == WakeKind::POLLED)
 		{
 			anyPolled = true;
 			ready = ready || source.isReady();
@@ -43,19 +43,30 @@ bool Detail::askPolledSources(bool &ready)
 	return anyPolled;
 }
 
-WakeSourceId registerWakeSource(NativeHandle handle)
+WakeSourceId registerWakeSource(NativeHandle handle, WakeOn on, WakeRank rank)
 {
-	return addWakeSource({0, handle, nullptr});
+	return addWakeSource({.handle = handle, .on = on, .rank = rank});
 }
 
 WakeSourceId registerPolledWakeSource(bool (*isReady)())
 {
-	return isReady ? addWakeSource({0, 0, isReady}) : 0;
+	return isReady ? addWakeSource({.kind = Detail::WakeKind::POLLED, .isReady = isReady}) : 0;
+}
+
+WakeSourceId registerWakeTime(std::int64_t time)
+{
+	return addWakeSource({.kind = Detail::WakeKind::TIME, .time = time});
 }
 
 void unregisterWakeSource(WakeSourceId id)
 {
-	std::erase_if(Detail::wakeSources(), [id](const Detail::WakeSource &source) { return source.id == id; });
+	// The newest ones come and go most often.
+	std::vector<Detail::WakeSource> &sources = Detail::wakeSources();
+	const auto found = std::find_if(sources.rbegin(), sources.rend(), [id](const Detail::WakeSource &source) { return source.id == id; });
+	if (found != sources.rend())
+	{
+		sources.erase(std::prev(found.base()));
+	}
 }
 
 void setSleepFunction(SleepFunction sleep)
@@ -66,6 +77,10 @@ void setSleepFunction(SleepFunction sleep)
 void sleepUntil(std::int64_t deadline)
 {
 	console().flush();
+	for (const Detail::WakeSource &source : Detail::wakeSources())
+	{
+		deadline = source.kind == Detail::WakeKind::TIME ? std::min(deadline, source.time) : deadline;
+	}
 	if (sSleepFunction)
 	{
 		sSleepFunction(deadline);

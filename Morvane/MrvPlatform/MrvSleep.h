@@ -20,13 +20,31 @@ using NativeHandle = std::intptr_t;
 // Names one registration; 0 names none.
 using WakeSourceId = std::uint64_t;
 
-// Lets a sleep end as soon as `handle` can be read without waiting (POSIX) or is signalled (Windows). The caller keeps owning the
-// handle and unregisters it before closing it. As long as the handle stays ready every sleep ends at once, so register only
-// what somebody is going to read.
-WakeSourceId registerWakeSource(NativeHandle handle);
+// What a sleep waits for on a handle. On Windows a handle has but one thing to tell: that it is signalled.
+enum class WakeOn
+{
+	READABLE,
+	WRITABLE,
+};
+
+// A Windows system waits on no more than 60 handles at once. Those of ALWAYS come first, of the others the last registered ones; what
+// finds no room is looked at when the sleep has lasted its time.
+enum class WakeRank
+{
+	ALWAYS,
+	WHILE_THERE_IS_ROOM,
+};
+
+// Lets a sleep end as soon as `handle` can be read or written without waiting (POSIX) or is signalled (Windows). The caller keeps
+// owning the handle and unregisters it before closing it. As long as the handle stays ready every sleep ends at once, so register
+// only what somebody is going to read or write.
+WakeSourceId registerWakeSource(NativeHandle handle, WakeOn on = WakeOn::READABLE, WakeRank rank = WakeRank::ALWAYS);
 
 // The same for something that the system can't wait on: `isReady` is asked about every 5 ms during a sleep. It must not block.
 WakeSourceId registerPolledWakeSource(bool (*isReady)());
+
+// Lets no sleep last beyond this time of the steady clock. Once it has passed every sleep ends at once, until it is taken back.
+WakeSourceId registerWakeTime(std::int64_t time);
 
 // Takes a registration back. An unknown id or 0 is ignored.
 void unregisterWakeSource(WakeSourceId id);

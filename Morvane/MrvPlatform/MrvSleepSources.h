@@ -8,12 +8,23 @@
 // What the implementations of the sleep share; nobody else includes this.
 namespace Mrv::Platform::Detail
 {
-// One registration: a handle to wait on, or a function to ask.
+enum class WakeKind
+{
+	HANDLE,
+	POLLED,
+	TIME,
+};
+
+// One registration: a handle to wait on, a function to ask, or a time.
 struct WakeSource
 {
 	WakeSourceId id = 0;
+	WakeKind kind = WakeKind::HANDLE;
 	NativeHandle handle = 0;
+	WakeOn on = WakeOn::READABLE;
+	WakeRank rank = WakeRank::ALWAYS;
 	bool (*isReady)() = nullptr;
+	std::int64_t time = 0;
 };
 
 // How often polled sources are asked during a sleep.

@@ -62,6 +62,20 @@ std::vector<std::string_view> segmentsOf(std::string_view path, char separator)
 	return segments;
 }
 
+// What stands between separators, those at the end aside: a path that begins with one begins with an empty piece.
+std::vector<std::string_view> piecesOf(std::string_view path, char separator)
+{
+	path = path.substr(0, path.find_last_not_of(separator) + 1);
+	std::vector<std::string_view> pieces;
+	while (!path.empty())
+	{
+		const std::size_t end = std::min(path.find(separator), path.size());
+		pieces.push_back(path.substr(0, end));
+		path.remove_prefix(std::min(end + 1, path.size()));
+	}
+	return pieces;
+}
+
 std::string withTrailingSeparator(std::string path, char separator)
 {
 	if (!path.empty() && path.back() != separator)
@@ -247,7 +261,10 @@ std::string Dirs::fullPath(const std::string &path, char separator)
 		return {};
 	}
 	std::string result = path;
-	if (rootOf(path, separator).empty() && rootOf(path, Platform::pathSeparator()).empty())
+	// A system that takes both separators takes both as a root.
+	const bool hasRoot = !rootOf(path, separator).empty() || !rootOf(path, Platform::pathSeparator()).empty() ||
+	                     (Platform::pathSeparator() == '\\' && path.starts_with('/'));
+	if (!hasRoot)
 	{
 		result = getCurrentDir();
 		std::replace(result.begin(), result.end(), Platform::pathSeparator(), separator);
@@ -288,7 +305,7 @@ std::string Dirs::getPathSegmentFromLeft(const std::string &path, std::size_t id
 	{
 		return {};
 	}
-	const std::vector<std::string_view> segments = segmentsOf(path, separator);
+	const std::vector<std::string_view> segments = piecesOf(path, separator);
 	return idx < segments.size() ? std::string(segments[idx]) : std::string();
 }
 
@@ -298,7 +315,7 @@ std::string Dirs::getPathSegmentFromRight(const std::string &path, std::size_t i
 	{
 		return {};
 	}
-	const std::vector<std::string_view> segments = segmentsOf(path, separator);
+	const std::vector<std::string_view> segments = piecesOf(path, separator);
 	return idx < segments.size() ? std::string(segments[segments.size() - 1 - idx]) : std::string();
 }
 

@@ -3,11 +3,15 @@
 #include "MrvPlatform/MrvFileSystem.h"
 
 #include <cstddef>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Mrv
 {
+class Ini;
+
 // Whether a path's last character is looked at: in the checked mode a folder's path must end in the system's separator and a file's
 // path must not; otherwise a log line says so, and the work goes on.
 enum class TrailingPathCharHandling
@@ -52,6 +56,22 @@ public:
 	// root of a file system is refused.
 	static bool rmDir(const std::string &dirPath, DirRecurse dirRecurse, char separator = Platform::pathSeparator());
 
+	// --- Whole files ---
+
+	// The bytes of a regular file of at most `maxSize` bytes. False, with `text` unchanged, when that can't be read.
+	static bool readFile(const std::string &filePath, std::string &text, std::size_t maxSize);
+
+	// Writes a file beside the path and renames it into place, so that nobody ever sees half of it. False, with what was there unchanged,
+	// when that fails. A link is replaced, not followed. Another folder for the file in the making, on the same disk and ending in the
+	// separator, is for folders in which others take every file for something.
+	static bool replaceFile(const std::string &filePath, std::string_view text, const std::string &temporaryFolder = {});
+
+	// An INI file in memory; empty, with a log line, when the file is missing or empty or can't be read.
+	static std::shared_ptr<Ini> readIni(const std::string &iniFilePath);
+
+	// Writes the text of an INI, as `replaceFile` does. False, with a log line, on failure; the path must not be a folder.
+	static bool writeIni(const std::string &iniFilePath, const Ini &ini);
+
 	// --- Paths ---
 
 	// An absolute path, from the current folder, ending in the separator when it leads to a folder. Its `.` and `..` stay.
@@ -67,7 +87,8 @@ public:
 	// the root; that of a single relative segment is empty.
 	static std::string getParentPath(const std::string &path, char separator = Platform::pathSeparator());
 
-	// One segment, counted from 0; empty when there is none. Separators at both ends and doubled ones don't count.
+	// One segment, counted from 0; empty when there is none. Separators at the end don't count; one at the beginning has an empty segment
+	// in front of it.
 	static std::string getPathSegmentFromLeft(const std::string &path, std::size_t idx, char separator = Platform::pathSeparator());
 	static std::string getPathSegmentFromRight(const std::string &path, std::size_t idx, char separator = Platform::pathSeparator());
 

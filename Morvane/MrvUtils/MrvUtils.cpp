@@ -107,10 +107,20 @@ std::vector<std::string> Utils::split(std::string_view text, char separator)
 
 bool Utils::isCoordinatorName(std::string_view name)
 {
-	const std::vector<std::string> pieces = split(name, '.');
-	return isIdentifierName(pieces.front()) &&
-	       std::all_of(pieces.begin(), pieces.end(),
-	           [](const std::string &piece) { return !piece.empty() && std::all_of(piece.begin(), piece.end(), isIdentifierPart); });
+	if (!isIdentifierName(name.substr(0, name.find('.'))))
+	{
+		return false;
+	}
+	char before = '.';
+	for (const char character : name)
+	{
+		if (character == '.' ? before == '.' : !isIdentifierPart(character))
+		{
+			return false;
+		}
+		before = character;
+	}
+	return before != '.';
 }
 
 std::string Utils::normaliseCoordinatorName(const std::string &name)

@@ -1,8 +1,8 @@
 // Escapes and UTF-8. Runs of bytes that stand for themselves are appended in one piece: these functions carry whole documents.
 #include "MrvLogger/MrvChecks.h"
 #include "MrvUtils/MrvUtils.h"
+#include "MrvUtils/MrvWireEscape.h"
 
-#include <array>
 #include <limits>
 
 namespace Mrv
@@ -185,93 +185,6 @@ std::size_t decodeEscape(std::string_view text, std::size_t pos, std::string &re
 	result += text[pos];
 	return pos + 1;
 }
-
-// An escape of the wire: an escape character, and for some bytes the character that stands for the byte behind it.
-class WireEscape
-{
-public:
-	constexpr explicit WireEscape(char escape) : fEscape(escape)
-	{
-		fLetters.fill(kNone);
-		fBytes.fill(kNone);
-		add(static_cast<unsigned char>(escape), escape);
-	}
-
-	constexpr void add(unsigned char byte, char letter)
-	{
-		fLetters[byte] = letter;
-		fBytes[static_cast<unsigned char>(letter)] = static_cast<signed char>(byte);
-	}
-
-	std::string escape(std::string_view text) const
-	{
-		std::string result;
-		result.reserve(text.size() + text.size() / 16);
-		for (const char character : text)
-		{
-			const signed char letter = fLetters[static_cast<unsigned char>(character)];
-			if (letter != kNone)
-			{
-				result += fEscape;
-				result += static_cast<char>(letter);
-			}
-			else
-			{
-				result += character;
-			}
-		}
-		return result;
-	}
-
-	std::string unescape(std::string_view text) const
-	{
-		std::string result;
-		result.reserve(text.size());
-		for (std::size_t i = 0; i < text.size(); ++i)
-		{
-			if (text[i] != fEscape)
-			{
-				result += text[i];
-			}
-			else if (++i < text.size())
-			{
-				const signed char byte = fBytes[static_cast<unsigned char>(text[i])];
-				result += byte != kNone ? static_cast<char>(byte) : text[i];
-			}
-		}
-		return result;
-	}
-
-private:
-	static constexpr signed char kNone = -1;
-
-	char fEscape;
-	std::array<signed char, 256> fLetters{};
-	std::array<signed char, 256> fBytes{};
-};
-
-constexpr WireEscape kIPCEscape = []
-{
-	WireEscape escape('-');
-	escape.add('\n', 'n');
-	escape.add('\0', 'z');
-	return escape;
-}();
-
-constexpr WireEscape kSerializerEscape = []
-{
-	WireEscape escape('\\');
-	escape.add('"', '"');
-	escape.add('\'', '\'');
-	// What stands for the bytes from 0 to 31, in their order.
-	constexpr std::string_view kControlLetters = "zSseETAb<tnVfrOIL1234KYPDRC!UFWX";
-	static_assert(kControlLetters.size() == 32);
-	for (std::size_t byte = 0; byte < kControlLetters.size(); ++byte)
-	{
-		escape.add(static_cast<unsigned char>(byte), kControlLetters[byte]);
-	}
-	return escape;
-}();
 }
 
 char32_t Utils::UTF8ToUTF(const char *text, std::uint64_t &utf8Length)
@@ -417,21 +330,21 @@ std::string Utils::dequote(std::string_view text, char quote)
 
 std::string Utils::escapeIPC(std::string_view text)
 {
-	return kIPCEscape.escape(text);
+	return WireEscape::ofLines().escape(text);
 }
 
 std::string Utils::unescapeIPC(std::string_view text)
 {
-	return kIPCEscape.unescape(text);
+	return WireEscape::ofLines().unescape(std::string(text));
 }
 
 std::string Utils::escapeSerializer(std::string_view text)
 {
-	return kSerializerEscape.escape(text);
+	return WireEscape::ofItems().escape(text);
 }
 
 std::string Utils::unescapeSerializer(std::string_view text)
 {
-	return kSerializerEscape.unescape(text);
+	return WireEscape::ofItems().unescape(std::string(text));
 }
 }

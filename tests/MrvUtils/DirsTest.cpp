@@ -56,17 +56,31 @@ TEST(PathsTest, Parents)
 
 TEST(PathsTest, Segments)
 {
-	for (const char *const path : {"/a/bc/d", "a/bc/d/", "a//bc/d"})
+	const struct
 	{
-		EXPECT_EQ(Dirs::getPathSegmentFromLeft(path, 0, '/'), "a");
-		EXPECT_EQ(Dirs::getPathSegmentFromLeft(path, 2, '/'), "d");
-		EXPECT_EQ(Dirs::getPathSegmentFromLeft(path, 3, '/'), "");
-		EXPECT_EQ(Dirs::getPathSegmentFromRight(path, 0, '/'), "d");
-		EXPECT_EQ(Dirs::getPathSegmentFromRight(path, 1, '/'), "bc");
-		EXPECT_EQ(Dirs::getPathSegmentFromRight(path, 3, '/'), "");
+		const char *path;
+		size_t count;
+		const char *segments[4];
+	} cases[] = {
+	    {"/a/bc", 3, {"", "a", "bc"}},
+	    {"a/bc/", 2, {"a", "bc"}},
+	    {"a//bc//", 3, {"a", "", "bc"}},
+	    {"//a", 3, {"", "", "a"}},
+	    {"/", 0, {}},
+	    {"", 0, {}},
+	};
+	for (const auto &[path, count, segments] : cases)
+	{
+		SCOPED_TRACE(path);
+		for (size_t index = 0; index < count; ++index)
+		{
+			EXPECT_EQ(Dirs::getPathSegmentFromLeft(path, index, '/'), segments[index]);
+			EXPECT_EQ(Dirs::getPathSegmentFromRight(path, count - 1 - index, '/'), segments[index]);
+		}
+		EXPECT_EQ(Dirs::getPathSegmentFromLeft(path, count, '/'), "");
+		EXPECT_EQ(Dirs::getPathSegmentFromRight(path, count, '/'), "");
 	}
 	EXPECT_EQ(Dirs::getPathSegmentFromLeft("C:\\x", 0, '\\'), "C:");
-	EXPECT_EQ(Dirs::getPathSegmentFromRight("/", 0, '/'), "");
 	EXPECT_EQ(Dirs::getFileNameExtension("a.b/c.tar.gz"), "gz");
 	EXPECT_EQ(Dirs::getFileNameExtension("a.b/c"), "");
 	EXPECT_EQ(Dirs::getFileNameExtension("a.b\\c."), "");

@@ -204,6 +204,23 @@ TEST(EscapesTest, TheWire)
 	{
 		allBytes += static_cast<char>(byte);
 	}
+	// Wherever a byte stands, it has the escape that it has alone.
+	for (const char byte : allBytes)
+	{
+		for (std::size_t before = 0; before < 18; ++before)
+		{
+			const std::string head(before, 'a');
+			const std::string alone(1, byte);
+			const std::string tail = std::string(17, '\xC3') + byte;
+			std::string whole = head;
+			whole.append(alone).append(tail);
+			std::string expected = head;
+			EXPECT_EQ(Utils::escapeIPC(whole), expected.append(Utils::escapeIPC(alone)).append(Utils::escapeIPC(tail)));
+			expected = head;
+			EXPECT_EQ(
+			    Utils::escapeSerializer(whole), expected.append(Utils::escapeSerializer(alone)).append(Utils::escapeSerializer(tail)));
+		}
+	}
 	EXPECT_EQ(Utils::unescapeIPC(Utils::escapeIPC(allBytes)), allBytes);
 	EXPECT_EQ(Utils::unescapeSerializer(Utils::escapeSerializer(allBytes)), allBytes);
 	EXPECT_EQ(Utils::decodeString(Utils::encodeString(allBytes)), allBytes);

@@ -7,11 +7,18 @@
 
 namespace Mrv::Test
 {
+// Whether a coordinator of a test looks for others, and starts them when they are needed.
+enum class OtherCoordinators
+{
+	NONE,
+	REAL,
+};
+
 // A coordinator that was started with these switches; ended, released and forgotten with this object.
 class CoordinatorStart
 {
 public:
-	explicit CoordinatorStart(std::vector<std::string> switches = {})
+	explicit CoordinatorStart(std::vector<std::string> switches = {}, OtherCoordinators others = OtherCoordinators::NONE)
 	{
 		std::string program = "morvane";
 		std::vector<char *> argv{program.data()};
@@ -20,6 +27,10 @@ public:
 			argv.push_back(argument.data());
 		}
 		fIsStarted = InternalCoordinator::init(static_cast<int>(argv.size()), argv.data());
+		if (fIsStarted && others == OtherCoordinators::NONE)
+		{
+			InternalCoordinator::instance()->setSiblingDirectory(nullptr);
+		}
 	}
 	~CoordinatorStart() { release(); }
 	CoordinatorStart(const CoordinatorStart &) = delete;

@@ -18,14 +18,13 @@ public:
 	bool isTerminal(Platform::StandardStream) const override { return isATerminal; }
 	bool enterKeyMode() override
 	{
-		isInKeyMode = isATerminal;
+		keyMode = isATerminal;
 		return isATerminal;
 	}
-	void leaveKeyMode() override { isInKeyMode = false; }
-	Platform::InputState readKey(std::string &key) override
+	void leaveKeyMode() override
 	{
-		key.clear();
-		return readInput(key, 1);
+		endEditing();
+		keyMode = false;
 	}
 	void setInputWakesSleep(bool wakes) override { wakesSleep = wakes; }
 
@@ -41,10 +40,16 @@ public:
 	Platform::WriteOutcome outcome = Platform::WriteOutcome::WRITTEN;
 
 	bool isATerminal = false;
-	bool isInKeyMode = false;
+	bool keyMode = false;
+	bool interruptKeyIsInput = false;
+	std::size_t columnCount = 80;
 	bool wakesSleep = false;
 
 protected:
+	bool isInKeyMode() const override { return keyMode; }
+	std::size_t columns() const override { return columnCount; }
+	void setInterruptKeyIsInput(bool isInput) override { interruptKeyIsInput = isInput; }
+
 	Platform::WriteOutcome writeThrough(Platform::StandardStream stream, std::string_view text) override
 	{
 		++writeCount;

@@ -38,6 +38,7 @@ public:
 	}
 	std::shared_ptr<ITaskStream> makeInputStream() override { return inputStream; }
 	std::shared_ptr<IOMNode> makeBoolNode(bool value) override { return OMStored::factory(value); }
+	std::shared_ptr<IOMNode> buildSysInfo() override { return nullptr; }
 
 	int64_t defaultTimeoutMicroseconds = -1;
 	int64_t eventLoopSleepMicroseconds = 0;

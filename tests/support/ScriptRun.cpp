@@ -61,6 +61,7 @@ public:
 		Task::setAlwaysYield(Mode::alwaysYield);
 		InternalCoordinator::changeSettings().eventLoopSleepMicroseconds = 100; // waits of scripts are short
 		fIsReady = InternalCoordinator::init(0, nullptr);
+		InternalCoordinator::instance()->setSiblingDirectory(nullptr); // a script's test is alone
 		InternalCoordinator::setInputKind(InternalCoordinator::InputKind::STANDARD_INPUT);
 	}
 	~Coordinator()

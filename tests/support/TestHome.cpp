@@ -18,34 +18,12 @@ std::string utf8(const std::filesystem::path &path)
 }
 }
 
-TestHome::TestHome() : fIsReady(false)
+bool useHome(const std::filesystem::path &home)
 {
-	std::error_code error;
-	const std::filesystem::path base = std::filesystem::temp_directory_path(error);
-	if (error)
-	{
-		return;
-	}
-	fTop = base / ("morvane-tests-" + std::to_string(std::random_device{}()));
-	fHome = fTop / u8"Jürgen" / u8"日本";
-	fIsReady = makeFolders();
-}
-
-TestHome::~TestHome()
-{
-	if (!fTop.empty())
-	{
-		std::error_code ignored;
-		std::filesystem::remove_all(fTop, ignored);
-	}
-}
-
-bool TestHome::makeFolders()
-{
-	const std::filesystem::path userData = fHome / "AppData" / "Roaming";
-	const std::filesystem::path systemData = fHome / "ProgramData";
-	const std::filesystem::path temporary = fHome / "tmp";
-	for (const std::filesystem::path &folder : {userData, systemData, temporary, fHome / "Desktop", fHome / "Documents"})
+	const std::filesystem::path userData = home / "AppData" / "Roaming";
+	const std::filesystem::path systemData = home / "ProgramData";
+	const std::filesystem::path temporary = home / "tmp";
+	for (const std::filesystem::path &folder : {userData, systemData, temporary, home / "Desktop", home / "Documents"})
 	{
 		std::error_code error;
 		std::filesystem::create_directories(folder, error);
@@ -56,11 +34,13 @@ bool TestHome::makeFolders()
 	}
 
 	const std::pair<const char *, std::filesystem::path> variables[] = {
-	    {"HOME", fHome},
+	    {"HOME", home},
 	    {"XDG_DATA_HOME", userData},
 	    {"TMPDIR", temporary},
-	    {"USERPROFILE", fHome},
+	    {"XDG_RUNTIME_DIR", {}},
+	    {"USERPROFILE", home},
 	    {"APPDATA", userData},
+	    {"LOCALAPPDATA", userData},
 	    {"PROGRAMDATA", systemData},
 	    {"TEMP", temporary},
 	    {"TMP", temporary},
@@ -75,5 +55,27 @@ bool TestHome::makeFolders()
 		}
 	}
 	return true;
+}
+
+TestHome::TestHome() : fIsReady(false)
+{
+	std::error_code error;
+	const std::filesystem::path base = std::filesystem::temp_directory_path(error);
+	if (error)
+	{
+		return;
+	}
+	fTop = base / ("morvane-tests-" + std::to_string(std::random_device{}()));
+	fHome = fTop / u8"Jürgen" / u8"日本";
+	fIsReady = useHome(fHome);
+}
+
+TestHome::~TestHome()
+{
+	if (!fTop.empty())
+	{
+		std::error_code ignored;
+		std::filesystem::remove_all(fTop, ignored);
+	}
 }
 }

@@ -1,3 +1,4 @@
+#include "support/HelperProcess.h"
 #include "support/Mode.h"
 #include "support/TestHome.h"
 
@@ -11,6 +12,11 @@ using Mrv::Test::TestHome;
 
 int main(int argc, char **argv)
 {
+	int status = 0;
+	if (Mrv::Test::runHelper(argc, argv, status))
+	{
+		return status;
+	}
 	// Before the framework reads its options: it looks for a folder for temporary files.
 	const TestHome home;
 	if (!home.isReady())

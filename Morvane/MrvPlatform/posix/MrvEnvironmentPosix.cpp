@@ -18,6 +18,12 @@ std::optional<std::string> nonEmptyVariable(const char *name)
 }
 }
 
+const std::string &systemName()
+{
+	static const std::string sName = "linux";
+	return sName;
+}
+
 std::optional<std::string> environmentVariable(const std::string &name)
 {
 	const char *const value = isPossibleName(name) ? ::getenv(name.c_str()) : nullptr;
@@ -41,6 +47,7 @@ std::optional<std::string> wellKnownFolder(WellKnownFolder folder)
 		case WellKnownFolder::HOME:
 			return nonEmptyVariable("HOME");
 		case WellKnownFolder::USER_DATA:
+		case WellKnownFolder::LOCAL_DATA:
 		{
 			if (std::optional<std::string> dataHome = nonEmptyVariable("XDG_DATA_HOME"))
 			{

@@ -1,6 +1,7 @@
 #include "MrvPlatform/MrvSignals.h"
 
 #include "MrvPlatform/MrvConsole.h"
+#include "MrvPlatform/MrvInterrupts.h"
 #include "MrvPlatform/MrvSleep.h"
 
 #include <array>
@@ -52,6 +53,10 @@ void orderlyEndReached() noexcept {}
 
 bool handleEndRequest(std::uint32_t number) noexcept
 {
+	if (number == SIGINT && Detail::acceptInterrupt())
+	{
+		return true;
+	}
 	int none = 0;
 	if (sPendingSignal.compare_exchange_strong(none, static_cast<int>(number)))
 	{
@@ -68,5 +73,6 @@ bool handleEndRequest(std::uint32_t number) noexcept
 void resetOrderlyEnd() noexcept
 {
 	sPendingSignal.store(0);
+	setInterruptsAreTaken(false);
 }
 }

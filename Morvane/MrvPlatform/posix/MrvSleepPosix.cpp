@@ -47,9 +47,9 @@ bool Detail::waitNanoseconds(std::int64_t nanoseconds)
 	sPolled.push_back({sWakeDescriptor, POLLIN, 0});
 	for (const WakeSource &source : wakeSources())
 	{
-		if (!source.isReady)
+		if (source.kind == WakeKind::HANDLE)
 		{
-			sPolled.push_back({static_cast<int>(source.handle), POLLIN, 0});
+			sPolled.push_back({static_cast<int>(source.handle), static_cast<short>(source.on == WakeOn::WRITABLE ? POLLOUT : POLLIN), 0});
 		}
 	}
 	if (sWakePending.load())
@@ -69,7 +69,8 @@ bool Detail::waitNanoseconds(std::int64_t nanoseconds)
 	{
 		if (polled.revents & POLLNVAL)
 		{
-			std::erase_if(wakeSources(), [&polled](const WakeSource &source) { return !source.isReady && source.handle == polled.fd; });
+			std::erase_if(wakeSources(),
+			    [&polled](const WakeSource &source) { return source.kind == WakeKind::HANDLE && source.handle == polled.fd; });
 		}
 	}
 	return true;

@@ -3,6 +3,7 @@
 #include "MrvPlatform/MrvSystemConsole.h"
 
 #include "MrvPlatform/MrvBufferedConsole.h"
+#include "MrvPlatform/MrvLasting.h"
 #include "MrvPlatform/MrvSleep.h"
 
 #include <array>
@@ -12,6 +13,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -22,6 +24,7 @@ namespace
 termios sTerminalModes{};
 termios sKeyModes{};
 std::atomic<bool> sIsInKeyMode{false};
+std::atomic<bool> sWasAway{false}; // stopped and continued: the screen was somebody else's
 
 // Changing the modes from the background would stop the process.
 bool isInForeground()
@@ -42,6 +45,8 @@ extern "C" void morvaneHandleContinue(int)
 	if (sIsInKeyMode.load() && isInForeground())
 	{
 		::tcsetattr(STDIN_FILENO, TCSANOW, &sKeyModes);
+		sWasAway.store(true);
+		wake();
 	}
 	errno = savedErrno;
 }
@@ -129,7 +134,7 @@ public:
 		sKeyModes.c_cc[VTIME] = 0;
 		guardTerminalAgainstSignals();
 		sIsInKeyMode.store(true);
-		if (::tcsetattr(STDIN_FILENO, TCSADRAIN, &sKeyModes) != 0)
+		if (::tcsetattr(STDIN_FILENO, TCSANOW, &sKeyModes) != 0)
 		{
 			sIsInKeyMode.store(false);
 			return false;
@@ -137,18 +142,10 @@ public:
 		return true;
 	}
 
-	void leaveKeyMode() override { restoreTerminalNow(); }
-
-	InputState readKey(std::string &key) override
+	void leaveKeyMode() override
 	{
-		key.clear();
-		const InputState state = readInput(key, 1);
-		if (state == InputState::READY && sIsInKeyMode.load() && static_cast<cc_t>(key[0]) == sTerminalModes.c_cc[VEOF])
-		{
-			key.clear();
-			return InputState::END;
-		}
-		return state;
+		endEditing();
+		restoreTerminalNow();
 	}
 
 	void setInputWakesSleep(bool wakes) override
@@ -158,6 +155,32 @@ public:
 	}
 
 protected:
+	bool isInKeyMode() const override { return sIsInKeyMode.load(); }
+
+	InputState fetchKeys(std::deque<KeyEvent> &keys) override
+	{
+		if (sWasAway.exchange(false))
+		{
+			keys.push_back({Key::REDRAW, {}});
+		}
+		return BufferedConsole::fetchKeys(keys);
+	}
+
+	std::size_t columns() const override
+	{
+		winsize size{};
+		return ::ioctl(STDIN_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : BufferedConsole::columns();
+	}
+
+	void setInterruptKeyIsInput(bool isInput) override
+	{
+		if (sIsInKeyMode.load() && isInForeground())
+		{
+			sKeyModes.c_cc[VINTR] = isInput ? static_cast<cc_t>(_POSIX_VDISABLE) : sTerminalModes.c_cc[VINTR];
+			::tcsetattr(STDIN_FILENO, TCSANOW, &sKeyModes);
+		}
+	}
+
 	WriteOutcome writeThrough(StandardStream stream, std::string_view text) override
 	{
 		const int descriptor = descriptorOf(stream);
@@ -205,18 +228,18 @@ private:
 
 IConsole &Detail::systemConsole()
 {
-	static SystemConsole *const sConsole = []
+	static SystemConsole &sConsole = []() -> SystemConsole &
 	{
-		auto *const created = new SystemConsole;
+		auto &console = makeLasting<SystemConsole>();
 		std::atexit(
 		    []
 		    {
 			    systemConsole().flush();
 			    restoreTerminalNow();
 		    });
-		return created;
+		return console;
 	}();
-	return *sConsole;
+	return sConsole;
 }
 
 void prepareStandardStreams()

@@ -18,6 +18,12 @@ std::optional<std::string> nonEmptyVariable(const char *name)
 }
 }
 
+const std::string &systemName()
+{
+	static const std::string sName = "windows";
+	return sName;
+}
+
 std::optional<std::string> environmentVariable(const std::string &name)
 {
 	const std::optional<std::wstring> wideName = toWideName(name);
@@ -64,6 +70,11 @@ std::optional<std::string> wellKnownFolder(WellKnownFolder folder)
 			return nonEmptyVariable("USERPROFILE");
 		case WellKnownFolder::USER_DATA:
 			return nonEmptyVariable("APPDATA");
+		case WellKnownFolder::LOCAL_DATA:
+		{
+			std::optional<std::string> localData = nonEmptyVariable("LOCALAPPDATA");
+			return localData ? localData : nonEmptyVariable("APPDATA");
+		}
 		case WellKnownFolder::SYSTEM_DATA:
 			return nonEmptyVariable("PROGRAMDATA");
 		case WellKnownFolder::TEMPORARY:

@@ -47,6 +47,19 @@ HANDLE openForInformation(const std::wstring &path)
 	    FILE_FLAG_BACKUP_SEMANTICS, nullptr);
 }
 
+// Others look into a file that is polled, and scanners into every new one: for moments only, so a rename is worth some more attempts.
+constexpr int kRenameAttempts = 10;
+constexpr DWORD kRenamePauseMilliseconds = 10;
+
+// Whether a rename onto `to` failed because somebody has one of the files open. An open target is reported as denied access, and so is a
+// folder, which no waiting helps.
+bool isHeldOpen(const std::wstring &to, DWORD error)
+{
+	const DWORD attributes = ::GetFileAttributesW(to.c_str());
+	const bool isFolder = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+	return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION || (error == ERROR_ACCESS_DENIED && !isFolder);
+}
+
 const wchar_t *modeText(OpenMode mode)
 {
 	switch (mode)
@@ -176,7 +189,19 @@ bool renameReplacing(const std::string &from, const std::string &to)
 {
 	const std::optional<std::wstring> wideFrom = Windows::toWidePath(from);
 	const std::optional<std::wstring> wideTo = Windows::toWidePath(to);
-	return wideFrom && wideTo && ::MoveFileExW(wideFrom->c_str(), wideTo->c_str(), MOVEFILE_REPLACE_EXISTING);
+	for (int attempt = 1; wideFrom && wideTo; ++attempt)
+	{
+		if (::MoveFileExW(wideFrom->c_str(), wideTo->c_str(), MOVEFILE_REPLACE_EXISTING))
+		{
+			return true;
+		}
+		if (attempt == kRenameAttempts || !isHeldOpen(*wideTo, ::GetLastError()))
+		{
+			return false;
+		}
+		::Sleep(kRenamePauseMilliseconds);
+	}
+	return false;
 }
 
 std::optional<std::string> currentDirectory()

@@ -3,6 +3,7 @@
 #include "MrvPlatform/MrvSignals.h"
 
 #include "MrvPlatform/MrvConsole.h"
+#include "MrvPlatform/MrvInterrupts.h"
 #include "MrvPlatform/MrvSleep.h"
 #include "MrvPlatform/windows/MrvWide.h"
 
@@ -69,6 +70,10 @@ bool handleEndRequest(std::uint32_t number) noexcept
 	{
 		return false;
 	}
+	if (number == CTRL_C_EVENT && Detail::acceptInterrupt())
+	{
+		return true;
+	}
 	int none = 0;
 	if (!sPendingSignal.compare_exchange_strong(none, signalNumber))
 	{
@@ -86,6 +91,7 @@ bool handleEndRequest(std::uint32_t number) noexcept
 void resetOrderlyEnd() noexcept
 {
 	sPendingSignal.store(0);
+	setInterruptsAreTaken(false);
 	::ResetEvent(sEndReached);
 }
 }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <vector>
 
 namespace Mrv::Platform
 {
@@ -27,41 +28,57 @@ void wake() noexcept
 	::SetEvent(sWakeEvent);
 }
 
+namespace
+{
+// The handles of one wait: those that are always waited on, then the newest of the others, as many as find room.
+class WaitedHandles
+{
+public:
+	WaitedHandles(HANDLE wakeEvent, HANDLE timer) : fHandles{wakeEvent, timer}
+	{
+		const std::vector<Detail::WakeSource> &sources = Detail::wakeSources();
+		for (const WakeRank rank : {WakeRank::ALWAYS, WakeRank::WHILE_THERE_IS_ROOM})
+		{
+			for (auto source = sources.rbegin(); source != sources.rend() && fCount < fHandles.size(); ++source)
+			{
+				if (source->kind == Detail::WakeKind::HANDLE && source->rank == rank)
+				{
+					fHandles[fCount++] = reinterpret_cast<HANDLE>(source->handle);
+				}
+			}
+		}
+	}
+
+	DWORD waitForAny() const { return ::WaitForMultipleObjects(fCount, fHandles.data(), FALSE, INFINITE); }
+
+private:
+	// The system's own limit is 64; some are left to it.
+	std::array<HANDLE, 62> fHandles{};
+	DWORD fCount = 2;
+};
+}
+
 bool Detail::waitNanoseconds(std::int64_t nanoseconds)
 {
 	static const HANDLE sTimer = makeTimer();
-	std::array<HANDLE, MAXIMUM_WAIT_OBJECTS> handles{sWakeEvent, sTimer};
-	DWORD count = 2;
-	bool areAllWaitedOn = true;
-	for (const WakeSource &source : wakeSources())
-	{
-		if (source.isReady)
-		{
-			continue;
-		}
-		if (count == handles.size())
-		{
-			areAllWaitedOn = false;
-			break;
-		}
-		handles[count++] = reinterpret_cast<HANDLE>(source.handle);
-	}
-	// More handles than one wait can take: the rest is looked at again soon, by whoever slept.
-	const std::int64_t wait = areAllWaitedOn ? nanoseconds : std::min(nanoseconds, kPollNanoseconds);
 	LARGE_INTEGER due{};
-	due.QuadPart = -std::max<std::int64_t>(wait / 100, 1);
+	due.QuadPart = -std::max<std::int64_t>(nanoseconds / 100, 1);
+	const auto plainSleep = [nanoseconds] { ::Sleep(static_cast<DWORD>(std::min<std::int64_t>((nanoseconds + 999'999) / 1'000'000, 10))); };
 	if (!::SetWaitableTimer(sTimer, &due, 0, nullptr, nullptr, FALSE))
 	{
-		::Sleep(static_cast<DWORD>(std::min<std::int64_t>((wait + 999'999) / 1'000'000, 10)));
+		plainSleep();
 		return true;
 	}
-	const DWORD result = ::WaitForMultipleObjects(count, handles.data(), FALSE, INFINITE);
+	const DWORD result = WaitedHandles(sWakeEvent, sTimer).waitForAny();
 	if (result == WAIT_FAILED)
 	{
 		// A handle was closed without being taken back. Which one is found by asking each; it would end every sleep to come.
-		std::erase_if(wakeSources(), [](const WakeSource &source)
-		    { return !source.isReady && ::WaitForSingleObject(reinterpret_cast<HANDLE>(source.handle), 0) == WAIT_FAILED; });
+		std::erase_if(wakeSources(),
+		    [](const WakeSource &source) {
+			    return source.kind == WakeKind::HANDLE && ::WaitForSingleObject(reinterpret_cast<HANDLE>(source.handle), 0) == WAIT_FAILED;
+		    });
+		plainSleep();
 	}
-	return result != WAIT_OBJECT_0 + 1 || !areAllWaitedOn;
+	return result != WAIT_OBJECT_0 + 1;
 }
 }

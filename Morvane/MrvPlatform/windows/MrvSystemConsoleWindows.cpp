@@ -3,11 +3,14 @@
 #include "MrvPlatform/MrvSystemConsole.h"
 
 #include "MrvPlatform/MrvBufferedConsole.h"
+#include "MrvPlatform/MrvLasting.h"
 #include "MrvPlatform/MrvSleep.h"
+#include "MrvPlatform/windows/MrvConsoleKeys.h"
 #include "MrvPlatform/windows/MrvWide.h"
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -19,6 +22,10 @@ namespace Mrv::Platform
 namespace
 {
 constexpr wchar_t kEndOfInputKey = 26; // Ctrl-Z
+
+// What the console's modes were before Ctrl-C was made a key.
+std::atomic<bool> sAreModesChanged{false};
+DWORD sInputModes = 0;
 
 HANDLE handleOf(StandardStream stream)
 {
@@ -82,35 +89,12 @@ public:
 		return fIsInKeyMode;
 	}
 
-	// Nothing was changed about the console itself: reading its events gives single keys without an echo in any mode.
-	void leaveKeyMode() override { fIsInKeyMode = false; }
-
-	InputState readKey(std::string &key) override
+	// Reading its events gives single keys without an echo in any mode of the console; only what Ctrl-C does is a mode.
+	void leaveKeyMode() override
 	{
-		key.clear();
-		if (!fIsInKeyMode)
-		{
-			return readInput(key, 1);
-		}
-		flush();
-		fetchKeys();
-		if (fKeys.empty())
-		{
-			return InputState::NOTHING_YET;
-		}
-		const bool isPair = IS_HIGH_SURROGATE(fKeys.front());
-		if (isPair && fKeys.size() == 1)
-		{
-			return InputState::NOTHING_YET;
-		}
-		const std::wstring taken = fKeys.substr(0, isPair ? 2 : 1);
-		fKeys.erase(0, taken.size());
-		if (taken.front() == kEndOfInputKey)
-		{
-			return InputState::END;
-		}
-		key = Windows::toUtf8(taken);
-		return InputState::READY;
+		endEditing();
+		fIsInKeyMode = false;
+		restoreTerminalNow();
 	}
 
 	void setInputWakesSleep(bool wakes) override
@@ -127,6 +111,51 @@ public:
 	}
 
 protected:
+	bool isInKeyMode() const override { return fIsInKeyMode; }
+
+	InputState fetchKeys(std::deque<KeyEvent> &keys) override
+	{
+		forEachEvent([&](const INPUT_RECORD &record) { Windows::appendKeys(record, fKeyPending, keys); });
+		return keys.empty() ? InputState::NOTHING_YET : InputState::READY;
+	}
+
+	std::size_t columns() const override
+	{
+		CONSOLE_SCREEN_BUFFER_INFO info{};
+		return ::GetConsoleScreenBufferInfo(handleOf(StandardStream::OUTPUT), &info) && info.dwSize.X > 0
+		           ? static_cast<std::size_t>(info.dwSize.X)
+		           : BufferedConsole::columns();
+	}
+
+	void clearScreen() override
+	{
+		const HANDLE handle = handleOf(StandardStream::OUTPUT);
+		CONSOLE_SCREEN_BUFFER_INFO info{};
+		if (!::GetConsoleScreenBufferInfo(handle, &info))
+		{
+			return;
+		}
+		const DWORD cells = static_cast<DWORD>(info.dwSize.X) * static_cast<DWORD>(info.dwSize.Y);
+		DWORD written = 0;
+		::FillConsoleOutputCharacterW(handle, L' ', cells, COORD{0, 0}, &written);
+		::FillConsoleOutputAttribute(handle, info.wAttributes, cells, COORD{0, 0}, &written);
+		::SetConsoleCursorPosition(handle, COORD{0, 0});
+	}
+
+	void setInterruptKeyIsInput(bool isInput) override
+	{
+		const HANDLE handle = handleOf(StandardStream::INPUT);
+		if (!isInput)
+		{
+			restoreTerminalNow();
+		}
+		else if (!sAreModesChanged.load() && ::GetConsoleMode(handle, &sInputModes))
+		{
+			sAreModesChanged.store(true);
+			::SetConsoleMode(handle, sInputModes & ~static_cast<DWORD>(ENABLE_PROCESSED_INPUT));
+		}
+	}
+
 	WriteOutcome writeThrough(StandardStream stream, std::string_view text) override
 	{
 		const HANDLE handle = handleOf(stream);
@@ -185,8 +214,8 @@ protected:
 	}
 
 private:
-	// Moves the characters of waiting key events to `fKeys`; other events are dropped, so that they don't end sleeps.
-	void fetchKeys()
+	template <class Function>
+	static void forEachEvent(Function function)
 	{
 		const HANDLE handle = handleOf(StandardStream::INPUT);
 		std::array<INPUT_RECORD, 64> records;
@@ -194,21 +223,28 @@ private:
 		while (::GetNumberOfConsoleInputEvents(handle, &count) && count > 0 &&
 		       ::ReadConsoleInputW(handle, records.data(), static_cast<DWORD>(records.size()), &count))
 		{
-			for (DWORD i = 0; i < count; ++i)
-			{
-				const KEY_EVENT_RECORD &key = records[i].Event.KeyEvent;
-				if (records[i].EventType == KEY_EVENT && key.bKeyDown && key.uChar.UnicodeChar != 0)
-				{
-					fKeys.append(std::max<WORD>(key.wRepeatCount, 1), key.uChar.UnicodeChar);
-				}
-			}
+			std::for_each(records.begin(), records.begin() + count, function);
 		}
+	}
+
+	// Moves the characters of waiting key events to `fKeys`; other events are dropped, so that they don't end sleeps.
+	void fetchCharacters()
+	{
+		forEachEvent(
+		    [this](const INPUT_RECORD &record)
+		    {
+			    const KEY_EVENT_RECORD &key = record.Event.KeyEvent;
+			    if (record.EventType == KEY_EVENT && key.bKeyDown && key.uChar.UnicodeChar != 0)
+			    {
+				    fKeys.append(std::max<WORD>(key.wRepeatCount, 1), key.uChar.UnicodeChar);
+			    }
+		    });
 	}
 
 	// One line of a console outside the key mode, echoed while it is struck. Ctrl-Z ends the input.
 	InputState fetchLine(std::string &bytes)
 	{
-		fetchKeys();
+		fetchCharacters();
 		while (!fKeys.empty())
 		{
 			const wchar_t key = fKeys.front();
@@ -265,7 +301,8 @@ private:
 
 	bool fIsInKeyMode = false;
 	WakeSourceId fWakeSource = 0;
-	std::wstring fKeys;
+	std::wstring fKeyPending;
+	std::wstring fKeys; // outside the key mode
 	std::wstring fLine;
 	std::string fOutputTail;
 	std::string fErrorTail;
@@ -274,13 +311,18 @@ private:
 
 IConsole &Detail::systemConsole()
 {
-	static SystemConsole *const sConsole = []
+	static SystemConsole &sConsole = []() -> SystemConsole &
 	{
-		auto *const created = new SystemConsole;
-		std::atexit([] { systemConsole().flush(); });
-		return created;
+		auto &console = makeLasting<SystemConsole>();
+		std::atexit(
+		    []
+		    {
+			    systemConsole().flush();
+			    restoreTerminalNow();
+		    });
+		return console;
 	}();
-	return *sConsole;
+	return sConsole;
 }
 
 void prepareStandardStreams()
@@ -291,5 +333,11 @@ void prepareStandardStreams()
 	}
 }
 
-void restoreTerminalNow() noexcept {}
+void restoreTerminalNow() noexcept
+{
+	if (sAreModesChanged.exchange(false))
+	{
+		::SetConsoleMode(::GetStdHandle(STD_INPUT_HANDLE), sInputModes);
+	}
+}
 }

@@ -1,5 +1,6 @@
 #include "MrvPlatform/MrvClock.h"
 #include "MrvPlatform/MrvConsole.h"
+#include "MrvPlatform/MrvSignals.h"
 #include "MrvPlatform/MrvSleep.h"
 #include "MrvPlatform/MrvSystemConsole.h"
 
@@ -178,13 +179,20 @@ protected:
 		return (modes.c_lflag & ECHO) != 0 && (modes.c_lflag & ICANON) != 0;
 	}
 
+	bool raisesInterrupts() const
+	{
+		termios modes{};
+		::tcgetattr(fSlave, &modes);
+		return modes.c_cc[VINTR] == 3;
+	}
+
 	void type(std::string_view text) const { EXPECT_EQ(::write(fMaster, text.data(), text.size()), static_cast<ssize_t>(text.size())); }
 
 	int fMaster = -1;
 	int fSlave = -1;
 };
 
-TEST_F(TerminalTest, KeysComeOneByOneAndTheTerminalIsRestored)
+TEST_F(TerminalTest, ALineIsEditedAndTheTerminalIsRestored)
 {
 	EXPECT_EQ(statusOfChild(
 	              [this]
@@ -194,21 +202,25 @@ TEST_F(TerminalTest, KeysComeOneByOneAndTheTerminalIsRestored)
 		              CHECK_IN_CHILD(console.isTerminal(StandardStream::INPUT));
 		              CHECK_IN_CHILD(console.enterKeyMode() && console.enterKeyMode());
 		              CHECK_IN_CHILD(!echoes());
-		              std::string key;
-		              CHECK_IN_CHILD(console.readKey(key) == InputState::NOTHING_YET);
-		              type("a\x04"
-		                   "b");
+		              std::string line;
+		              CHECK_IN_CHILD(console.readLine(line) == InputState::NOTHING_YET && !raisesInterrupts());
+		              type("b\x01"
+		                   "a\r\x04");
 		              const auto next = [&]
 		              {
 			              InputState state = InputState::NOTHING_YET;
-			              while ((state = console.readKey(key)) == InputState::NOTHING_YET)
+			              line.clear();
+			              while ((state = console.readLine(line)) == InputState::NOTHING_YET)
 			              {
 			              }
 			              return state;
 		              };
-		              CHECK_IN_CHILD(next() == InputState::READY && key == "a");
+		              CHECK_IN_CHILD(next() == InputState::READY && line == "ab\n" && raisesInterrupts());
 		              CHECK_IN_CHILD(next() == InputState::END);
-		              CHECK_IN_CHILD(next() == InputState::READY && key == "b");
+		              Platform::setInterruptsAreTaken(true);
+		              CHECK_IN_CHILD(console.readLine(line) == InputState::NOTHING_YET);
+		              type("x\x03y\r");
+		              CHECK_IN_CHILD(next() == InputState::READY && line == "y\n" && Platform::takeInterrupt());
 		              console.leaveKeyMode();
 		              CHECK_IN_CHILD(echoes());
 		              CHECK_IN_CHILD(console.enterKeyMode());

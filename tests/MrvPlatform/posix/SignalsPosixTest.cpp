@@ -52,6 +52,38 @@ TEST(SignalsPosixTest, TheFirstIsNotedAndEndsTheSleepTheSecondKills)
 	}
 }
 
+TEST(SignalsPosixTest, InterruptsAreTakenWhileSomebodyDoes)
+{
+	const int status = statusOfChild(
+	    []
+	    {
+		    Platform::installOrderlyEndHandlers();
+		    Platform::setInterruptsAreTaken(true);
+		    for (int round = 0; round < 5; ++round)
+		    {
+			    ::raise(SIGINT);
+			    const std::int64_t deadline = Platform::steadyNanoseconds() + 60'000'000'000;
+			    Platform::sleepUntil(deadline);
+			    if (Platform::pendingSignal() != 0 || Platform::steadyNanoseconds() >= deadline || !Platform::takeInterrupt() ||
+			        Platform::takeInterrupt())
+			    {
+				    return 1;
+			    }
+		    }
+		    // Nobody takes them: the third asks for the end.
+		    ::raise(SIGINT);
+		    ::raise(SIGINT);
+		    if (Platform::pendingSignal() != 0)
+		    {
+			    return 2;
+		    }
+		    ::raise(SIGINT);
+		    return Platform::pendingSignal() == SIGINT ? 0 : 3;
+	    });
+	EXPECT_TRUE(WIFEXITED(status));
+	EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
 TEST(SignalsPosixTest, AnIgnoredHangUpStaysIgnored)
 {
 	const int status = statusOfChild(

@@ -8,6 +8,7 @@
 #include "MrvPlatform/MrvSleep.h"
 #include "MrvPlatform/MrvSystemConsole.h"
 #include "MrvPlatform/windows/MrvWide.h"
+#include "MrvUtils/MrvDirs.h"
 
 #include <gtest/gtest.h>
 
@@ -53,6 +54,27 @@ TEST(SignalsWindowsTest, AnEventIsNotedAndEndsTheSleep)
 	Platform::resetOrderlyEnd();
 	EXPECT_FALSE(Platform::handleEndRequest(77));
 	EXPECT_EQ(Platform::pendingSignal(), 0);
+}
+
+TEST(SignalsWindowsTest, InterruptsAreTakenWhileSomebodyDoes)
+{
+	Platform::resetOrderlyEnd();
+	Platform::setInterruptsAreTaken(true);
+	for (int round = 0; round < 5; ++round)
+	{
+		EXPECT_TRUE(Platform::handleEndRequest(CTRL_C_EVENT));
+		EXPECT_EQ(Platform::pendingSignal(), 0);
+		EXPECT_TRUE(Platform::takeInterrupt());
+		EXPECT_FALSE(Platform::takeInterrupt());
+	}
+	// Nobody takes them: the third asks for the end.
+	for (const int expected : {0, 0, SIGINT})
+	{
+		EXPECT_TRUE(Platform::handleEndRequest(CTRL_C_EVENT));
+		EXPECT_EQ(Platform::pendingSignal(), expected);
+	}
+	Platform::resetOrderlyEnd();
+	Platform::sleepUntil(Platform::steadyNanoseconds()); // nothing is to wake the next test's sleep
 }
 
 TEST(SignalsWindowsTest, ClosingWaitsForMainButNotForEver)
@@ -180,6 +202,55 @@ TEST(WideTest, ConvertsAndRefuses)
 	const std::vector<std::string> arguments = Platform::processArguments(0, nullptr);
 	ASSERT_FALSE(arguments.empty());
 	EXPECT_NE(arguments.front().find("morvane-tests"), std::string::npos);
+}
+
+TEST(DirsWindowsTest, EitherSeparatorIsARoot)
+{
+	EXPECT_EQ(Dirs::fullPath("/missing/x"), "/missing/x");
+	EXPECT_EQ(Dirs::fullPath("C:/missing"), "C:/missing");
+	EXPECT_EQ(Dirs::fullPath("missing"), Dirs::getCurrentDir() + "missing");
+}
+
+TEST(FileSystemWindowsTest, ARenameWaitsForAFileThatIsHeldOpen)
+{
+	const std::string folder = Dirs::getTmpPath();
+	const std::string from = folder + "rename-from";
+	const std::string to = folder + "rename-to";
+	const std::wstring wideTo = *Platform::Windows::toWide(to);
+	for (const bool isReleased : {true, false})
+	{
+		SCOPED_TRACE(isReleased);
+		EXPECT_TRUE(Dirs::replaceFile(to, "old"));
+		std::FILE *const file = Platform::openFile(from, Platform::OpenMode::WRITE);
+		ASSERT_TRUE(file);
+		std::fclose(file);
+		const HANDLE held = ::CreateFileW(wideTo.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+		ASSERT_NE(held, INVALID_HANDLE_VALUE);
+		// Held for a part of the time that the rename waits, or beyond it.
+		std::thread releaser(
+		    [&]
+		    {
+			    if (isReleased)
+			    {
+				    ::Sleep(30);
+				    ::CloseHandle(held);
+			    }
+		    });
+		EXPECT_EQ(Platform::renameReplacing(from, to), isReleased);
+		releaser.join();
+		if (!isReleased)
+		{
+			::CloseHandle(held);
+		}
+		EXPECT_EQ(Platform::fileInfo(to).size, isReleased ? 0 : 3);
+	}
+	// Neither a folder nor a missing file is waited for.
+	const std::int64_t start = Platform::steadyNanoseconds();
+	EXPECT_FALSE(Platform::renameReplacing(from, folder));
+	EXPECT_FALSE(Platform::renameReplacing(from + "-missing", to));
+	EXPECT_LT(Platform::steadyNanoseconds() - start, 10 * kSecond);
+	Platform::removeFile(from);
+	Platform::removeFile(to);
 }
 }
 }

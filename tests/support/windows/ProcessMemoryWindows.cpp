@@ -1,0 +1,14 @@
+#include "support/ProcessMemory.h"
+
+#include <windows.h>
+
+#include <psapi.h>
+
+namespace Mrv::Test
+{
+std::size_t residentBytes()
+{
+	PROCESS_MEMORY_COUNTERS counters{};
+	return K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters) ? counters.WorkingSetSize : 0;
+}
+}
