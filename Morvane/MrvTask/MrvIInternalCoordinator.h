@@ -36,5 +36,7 @@ public:
 	virtual std::shared_ptr<ITaskStream> makeInputStream() = 0;
 	// A Bool node, the result of a task that has no value of its own.
 	virtual std::shared_ptr<IOMNode> makeBoolNode(bool value) = 0;
+	// A new Map of settings, folders and facts: what scripts get from `sysInfo`. Null when it can't be made.
+	virtual std::shared_ptr<IOMNode> buildSysInfo() = 0;
 };
 }

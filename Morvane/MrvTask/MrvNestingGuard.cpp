@@ -28,8 +28,11 @@ bool NestingGuard::isStackExceeded() noexcept
 	return here - sStackLimit >= sStackRange;
 }
 
-bool NestingGuard::hasStack(uintptr_t bytes) noexcept
+bool NestingGuard::mayReenter(uintptr_t bytes) noexcept
 {
-	return !isStackExceeded() && (sStackRange == 0 || stackPointer() - sStackLimit > bytes);
+	const Platform::StackBounds &bounds = Platform::stackBounds();
+	const uintptr_t here = stackPointer();
+	const bool isKnown = here - bounds.limit < bounds.base - bounds.limit;
+	return !isKnown || here - bounds.limit > bytes + STACK_RESERVE / 2;
 }
 }

@@ -25,8 +25,9 @@ public:
 	// Logs the line that names the limit: "nesting limit reached: <what>".
 	static void report(const char *what);
 
-	// Whether this many bytes are left above the reserve.
-	static bool hasStack(uintptr_t bytes) noexcept;
+	// Whether a suspended chain that used this many bytes may be entered again from here. Half of the reserve is enough beyond them: a
+	// chain that went as deep as a first entry may, and a little deeper in what asks no guard, must find its way back from where it began.
+	static bool mayReenter(uintptr_t bytes) noexcept;
 	static uintptr_t stackPointer() noexcept { return reinterpret_cast<uintptr_t>(__builtin_frame_address(0)); }
 
 private:

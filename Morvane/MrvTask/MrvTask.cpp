@@ -85,6 +85,12 @@ void Task::requestYieldFor(const Task &child)
 	fWasCutOff = fWasCutOff || child.fWasCutOff;
 }
 
+void Task::giveWay()
+{
+	requestYield();
+	fWasCutOff = true;
+}
+
 void Task::sleepYield()
 {
 	requestYield();
@@ -189,9 +195,8 @@ void Task::handleChildCompletion(const std::shared_ptr<Task> &childTask)
 	childTask->setParentTask(nullptr);
 }
 
-void Task::handleCompletion()
+void Task::endChildTasks()
 {
-	const std::shared_ptr<Task> self = shared_from_this();
 	while (!fChildTasks.empty())
 	{
 		// A copy: the child takes itself out of the table. One whose parent is another by now is taken out here.
@@ -202,6 +207,12 @@ void Task::handleCompletion()
 		child->handleCompletion();
 		fChildTasks.erase(childId);
 	}
+}
+
+void Task::handleCompletion()
+{
+	const std::shared_ptr<Task> self = shared_from_this();
+	endChildTasks();
 	if (const auto parent = getParentTask())
 	{
 		parent->handleChildCompletion(self);

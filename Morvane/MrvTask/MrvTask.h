@@ -94,6 +94,8 @@ public:
 	void requestYield();
 	// The same for a task whose child was cut off by the end of its slice: as this one was too, nobody is to sleep before they go on.
 	void requestYieldFor(const Task &child);
+	// Gives way for one round, with more to do: nobody is to sleep before it goes on.
+	void giveWay();
 	// Gives way, and asks that the process sleep if nobody has work.
 	virtual void sleepYield();
 	// The deadline, for work that can't suspend; kNoTimePoint if there is none.
@@ -127,6 +129,8 @@ public:
 	// The child keeps this task from completing. The child is to be started besides.
 	virtual void registerChildTask(const std::shared_ptr<Task> &childTask);
 	virtual void handleChildCompletion(const std::shared_ptr<Task> &childTask);
+	// Ends all children at once, so that what they must undo is undone.
+	void endChildTasks();
 	// Runs once, when the task has ended: ends the remaining children, tells the parent, leaves the tables. A class that overrides it does
 	// its own work and then calls this one; it holds `shared_from_this()` first.
 	virtual void handleCompletion();

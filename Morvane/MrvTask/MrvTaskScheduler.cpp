@@ -7,10 +7,12 @@
 
 #include "MrvLogger/MrvChecks.h"
 #include "MrvPlatform/MrvClock.h"
+#include "MrvPlatform/MrvLasting.h"
 #include "MrvPlatform/MrvSleep.h"
 #include "MrvTask/MrvIInternalCoordinator.h"
 #include "MrvTask/MrvNestingGuard.h"
 #include "MrvTask/MrvTaskTables.h"
+#include "MrvUtils/MrvRestorer.h"
 
 #include <algorithm>
 #include <exception>
@@ -22,8 +24,6 @@ namespace
 constexpr int64_t NANOSECONDS_PER_MICROSECOND = 1000;
 // Where every step suspends, a slice is this many entries: enough not to be slow, few enough for tasks to take turns.
 constexpr int ALWAYS_YIELD_ROUNDS = 64;
-// Native stack that must be left, beyond what the suspended chain used last time, before it is entered again.
-constexpr uintptr_t STACK_MARGIN = 16 * 1024;
 
 // now + microseconds, "never" where that is beyond the range.
 int64_t timePointAfter(int64_t now, int64_t microseconds)
@@ -36,27 +36,12 @@ int64_t timePointAfter(int64_t now, int64_t microseconds)
 	}
 	return timePoint;
 }
-
-// Restores a variable when a scope is left, by whatever way.
-template <class T>
-class Restorer
-{
-public:
-	Restorer(T &variable, T value) : fVariable(variable), fOld(variable) { fVariable = value; }
-	~Restorer() { fVariable = fOld; }
-	Restorer(const Restorer &) = delete;
-	Restorer &operator=(const Restorer &) = delete;
-
-private:
-	T &fVariable;
-	T fOld;
-};
 }
 
 TaskTables &TaskTables::get()
 {
-	static auto *tables = new TaskTables();
-	return *tables;
+	static auto &sTables = Platform::makeLasting<TaskTables>();
+	return sTables;
 }
 
 // --- The tables
@@ -205,7 +190,7 @@ bool Task::runTimeslice(int64_t timesliceMicroseconds)
 	const IInternalCoordinator *coordinator = nullptr;
 	ASSIGN_AS(coordinator, IInternalCoordinator::current(),
 	    "internalCoordinator = std::dynamic_pointer_cast<Mrv::InternalCoordinator>(Mrv::InternalCoordinator::factory());", return false);
-	if (fStackBytesUsed > 0 && !NestingGuard::hasStack(fStackBytesUsed + STACK_MARGIN))
+	if (fStackBytesUsed > 0 && !NestingGuard::mayReenter(fStackBytesUsed))
 	{
 		// The caller stands too deep on the native stack for the suspended chain: the task waits for a better moment.
 		if (!fIsStackShortNoted)

@@ -128,7 +128,7 @@ public:
 	void finish() { goTo(OMFunctionState::DONE); }
 
 	// Leaves the function unfinished, to be entered again at the present point in a later slice.
-	void giveWay() { fTask.requestYield(); }
+	void giveWay() { fTask.giveWay(); }
 
 	// True while the function has not been suspended before.
 	bool isFirstEntry() const { return fIsFirstEntry; }

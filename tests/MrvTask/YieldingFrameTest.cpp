@@ -376,7 +376,7 @@ __attribute__((noinline)) void callWithStackLeft(uintptr_t bytes, const std::fun
 {
 	char room[4096];
 	useRoom(room);
-	if (NestingGuard::hasStack(bytes))
+	if (NestingGuard::mayReenter(bytes))
 	{
 		callWithStackLeft(bytes, function);
 	}

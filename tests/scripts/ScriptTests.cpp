@@ -1,5 +1,6 @@
 // One test for each script below this folder, each example, and each piece of code in the documents.
 #include "support/ScriptRun.h"
+#include "support/SmallStack.h"
 
 #include "MrvPlatform/MrvFileSystem.h"
 
@@ -22,7 +23,8 @@ public:
 	      fPath(std::move(path))
 	{
 	}
-	void TestBody() override { runAndCheckScript(fName, fScript, fPath); }
+	void TestBody() override { run(); }
+	void run() const { runAndCheckScript(fName, fScript, fPath); }
 
 private:
 	std::string fName;
@@ -30,10 +32,22 @@ private:
 	std::string fPath;
 };
 
+// The same on the stack that a host may give.
+class SmallStackScriptTest : public ScriptTest
+{
+public:
+	using ScriptTest::ScriptTest;
+	void TestBody() override
+	{
+		runOnSmallStack([](const void *test) { static_cast<const SmallStackScriptTest *>(test)->run(); }, this);
+	}
+};
+
+template <class Test = ScriptTest>
 void add(const std::string &suite, const std::string &name, const std::string &script, const std::string &path)
 {
 	testing::RegisterTest(suite.c_str(), name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
-	    [=]() -> testing::Test * { return new ScriptTest(suite + "/" + name, script, path); });
+	    [=]() -> testing::Test * { return new Test(suite + "/" + name, script, path); });
 }
 
 std::string identifier(std::string text)
@@ -57,6 +71,7 @@ bool endsWith(const std::string &text, const std::string &end)
 	return text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
+template <class Test = ScriptTest>
 void addScripts(const std::string &suite, const std::string &folder)
 {
 	for (const std::string &name : namesIn(folder))
@@ -64,8 +79,8 @@ void addScripts(const std::string &suite, const std::string &folder)
 		// A script whose name begins with `_` is a helper of others.
 		if (endsWith(name, ".msl") && name[0] != '_')
 		{
-			const std::string path = folder + "/" + name;
-			add(suite, identifier(name.substr(0, name.size() - 4)), readWholeFile(path), path);
+			const std::string path = std::string(folder).append("/").append(name);
+			add<Test>(suite, identifier(name.substr(0, name.size() - 4)), readWholeFile(path), path);
 		}
 	}
 }
@@ -96,6 +111,7 @@ const bool isRegistered = []
 			addScripts("Script_" + identifier(area), std::string(MORVANE_SCRIPT_TESTS) + "/" + area);
 		}
 	}
+	addScripts<SmallStackScriptTest>("SmallStack_limits", std::string(MORVANE_SCRIPT_TESTS) + "/limits");
 	addScripts("Example", MORVANE_EXAMPLES);
 	for (const std::string &name : namesIn(MORVANE_DOCS))
 	{

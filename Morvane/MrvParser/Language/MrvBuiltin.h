@@ -2,6 +2,7 @@
 
 #include "MrvParser/Language/MrvEnvironment.h"
 #include "MrvParser/Language/MrvToken.h"
+#include "MrvParser/Node/MrvNodeTypes.h"
 #include "MrvParser/Node/MrvValueList.h"
 
 namespace Mrv
@@ -38,6 +39,10 @@ struct Builtin
 	Value (*run)(const BuiltinCall &call);
 	// Follows the protocol of YieldingFrame; the arguments are the same on each entry.
 	void (*run_yielding)(const BuiltinCall &call, Value &result);
+	// Null for all that can't be assigned to. With SET, assigns to what the call denotes: `result` is the value, or an Error. With
+	// GET_CREATE, gives the node that it denotes, made where it is missing. The receiver is the node of the place where it lies, so that it
+	// can be changed itself. As above.
+	void (*access_yielding)(const BuiltinCall &call, AccessType accessType, const Value &value, Value &result) = nullptr;
 
 	// The function of a token, null if it has none (here). The table lives with the functions.
 	static const Builtin *find(Token token);

@@ -3,8 +3,10 @@
 #include "MrvLogger/MrvLogger.h"
 #include "MrvParser/Language/MrvOMScope.h"
 #include "MrvParser/Node/MrvArrayContainer.h"
+#include "MrvPlatform/MrvLasting.h"
 
 #include <algorithm>
+#include <array>
 #include <new>
 
 namespace Mrv
@@ -14,44 +16,42 @@ uint32_t Environment::sNameEpoch = 0;
 namespace
 {
 // Environments of calls come and go with every call: rooms that were given back wait here.
-constexpr size_t MAX_FREE_ROOMS = 256;
-std::vector<void *> &freeRooms()
+constinit std::array<void *, 256> sFreeRooms{};
+constinit size_t sFreeRoomCount = 0;
+constinit size_t sMaxFreeRoomCount = 0; // none after the module's end
+
+const bool sAreRoomsReady = []
 {
-	static auto *rooms = new std::vector<void *>();
-	return *rooms;
-}
+	sMaxFreeRoomCount = sFreeRooms.size();
+	Platform::callAtUnload(
+	    [](void *)
+	    {
+		    sMaxFreeRoomCount = 0;
+		    while (sFreeRoomCount > 0)
+		    {
+			    ::operator delete(sFreeRooms[--sFreeRoomCount]);
+		    }
+	    },
+	    nullptr);
+	return true;
+}();
 }
 
 void *Environment::operator new(size_t size)
 {
-	std::vector<void *> &rooms = freeRooms();
-	if (!rooms.empty() && size == sizeof(Environment))
+	if (sFreeRoomCount > 0 && size == sizeof(Environment))
 	{
-		void *room = rooms.back();
-		rooms.pop_back();
-		return room;
+		return sFreeRooms[--sFreeRoomCount];
 	}
 	return ::operator new(size);
 }
 
 void Environment::operator delete(void *room, size_t size) noexcept
 {
-	std::vector<void *> &rooms = freeRooms();
-	if (size == sizeof(Environment) && rooms.size() < MAX_FREE_ROOMS && rooms.capacity() > rooms.size())
+	if (size == sizeof(Environment) && sFreeRoomCount < sMaxFreeRoomCount)
 	{
-		rooms.push_back(room);
+		sFreeRooms[sFreeRoomCount++] = room;
 		return;
-	}
-	if (rooms.capacity() == 0)
-	{
-		try
-		{
-			rooms.reserve(MAX_FREE_ROOMS);
-		}
-		catch (const std::bad_alloc &)
-		{
-			rooms.clear(); // without a list of free rooms everything goes back to the heap
-		}
 	}
 	::operator delete(room);
 }
@@ -86,7 +86,10 @@ Environment::Environment(Environment &caller, const FunctionObject &function, Va
 		fHeapSlots = std::make_unique<Value[]>(count);
 		fSlots = fHeapSlots.get();
 	}
-	fSlots[FunctionSignature::THIS_SLOT] = std::move(thisValue);
+	if (!signature.isLocalVariableSlot(FunctionSignature::THIS_SLOT)) // `var this` leaves it Undefined
+	{
+		fSlots[FunctionSignature::THIS_SLOT] = std::move(thisValue);
+	}
 	fSlots[FunctionSignature::ARGUMENTS_SLOT] = Value::lazy();
 	const size_t parameterCount = signature.getParameterCount();
 	const size_t boundCount = std::min(parameterCount, fArguments.size());

@@ -2,6 +2,7 @@
 
 #include "MrvLogger/MrvChecks.h"
 #include "MrvParser/Language/MrvExpressionText.h"
+#include "MrvParser/Language/MrvOMExpressionLValueToken.h"
 #include "MrvParser/Language/MrvOMScope.h"
 #include "MrvParser/Node/MrvMapContainer.h"
 #include "MrvTask/MrvTaskTables.h"
@@ -13,21 +14,39 @@ namespace Mrv::Evaluation
 Value fail(const OMExpression &place, const std::string &text)
 {
 	LOG_ERROR(text);
+	return failLogged(place, text);
+}
+
+namespace
+{
+Value noteError(const OMExpression *place, const std::string &text)
+{
 	if (Task *task = TaskTables::get().runningTask)
 	{
-		task->fErrorNote = place.getSource() ? place.getSource()->describe(place.getSourceOffset()) + ": " + text : text;
+		const SourceText *source = place ? place->getSource() : nullptr;
+		task->fErrorNote = source ? source->describe(place->getSourceOffset()) + ": " + text : text;
 	}
 	return Value::error();
 }
+}
 
-Value failNesting(const char *what)
+Value failLogged(const OMExpression &place, const std::string &text)
 {
+	return noteError(&place, text);
+}
+
+Value failNesting(const OMExpression *place)
+{
+	const char *const what = "evaluation";
 	NestingGuard::report(what);
-	if (Task *task = TaskTables::get().runningTask)
-	{
-		task->fErrorNote = std::string("nesting limit reached: ") + what;
-	}
-	return Value::error();
+	return noteError(place, std::string("nesting limit reached: ") + what);
+}
+
+Value failUnnamed(const FunctionObject &function)
+{
+	const std::string text = "a function without a name does nothing";
+	LOG_ERROR(text);
+	return noteError(dynamic_cast<const OMExpression *>(function.fBody.isExpression() ? function.fBody.expression() : nullptr), text);
 }
 
 Value failAbsent(const OMExpression &place, const Value &operand)
@@ -134,6 +153,20 @@ void evaluateLiteral_yielding(Task &task, Value &result, const Value &literal, E
 	    [&](const Value &map, size_t position, Value &&value) { map.map()->set(source.entries()[position].name, std::move(value)); });
 }
 
+Value programForElsewhere(const Value &program, const std::string &address)
+{
+	const OMExpressionLValue *place = OMExpressionLValue::fromOperand(program);
+	const Token token = place && place->getClass() == OMExpression::Class::LVALUE_TOKEN
+	                        ? static_cast<const OMExpressionLValueToken *>(place)->getToken()
+	                        : Token::EVAL;
+	if (token == Token::EXIT || token == Token::QUIT)
+	{
+		return program;
+	}
+	std::vector<Value> arguments{Value::string(toString(program)), Value::string(address)};
+	return Value::expression(makeRef<OMExpressionLValueToken>(OMExpressionLValueToken(Value::absent(), Token::EVAL), std::move(arguments)));
+}
+
 void evaluateProgram_yielding(Task &task, Value &result, const Value &program, Environment &environment)
 {
 	struct LocalVariableState : OMFunctionState
@@ -154,9 +187,7 @@ void evaluateProgram_yielding(Task &task, Value &result, const Value &program, E
 			case START:
 				if (program.isFunction() && program.function()->fSignature->getFunctionName().empty())
 				{
-					LOG_ERROR("a function without a name does nothing");
-					task.fErrorNote = "a function without a name does nothing";
-					result = Value::error();
+					result = failUnnamed(*program.function());
 					frame.finish();
 					break;
 				}

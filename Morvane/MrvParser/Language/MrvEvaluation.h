@@ -17,7 +17,11 @@ template <class State>
 class EvaluationFrame
 {
 public:
-	EvaluationFrame(Task &task, Value &result, uint32_t units = 1);
+	EvaluationFrame(Task &task, Value &result, uint32_t units = 1) : EvaluationFrame(nullptr, task, result, units) {}
+	// place: for the note of the Error.
+	EvaluationFrame(const OMExpression &place, Task &task, Value &result, uint32_t units = 1) : EvaluationFrame(&place, task, result, units)
+	{
+	}
 
 	bool running() { return fFrame.running(); }
 	template <class At>
@@ -39,6 +43,8 @@ public:
 	State *operator->() { return fFrame.operator->(); }
 
 private:
+	EvaluationFrame(const OMExpression *place, Task &task, Value &result, uint32_t units);
+
 	NestingGuard fGuard;
 	YieldingFrame<State> fFrame;
 };
@@ -48,7 +54,12 @@ namespace Evaluation
 // Makes an Error of a failure at a place in the program: logs the text and notes it with its place in the running task, for the report
 // if the evaluation ends in an Error.
 Value fail(const OMExpression &place, const std::string &text);
-Value failNesting(const char *what);
+// The same where the cause has been logged already: only the note is made.
+Value failLogged(const OMExpression &place, const std::string &text);
+// For a place that is too deep inside others; null: unknown.
+Value failNesting(const OMExpression *place);
+// For a program: nothing would come of it.
+Value failUnnamed(const FunctionObject &function);
 // "'<operand>' has no value"
 Value failAbsent(const OMExpression &place, const Value &operand);
 
@@ -90,6 +101,9 @@ inline bool evaluateOperandDirect(Value &result, const Value &operand, Environme
 	return true;
 }
 
+// The program that has a program run at an address: a call of `eval` with its text. `exit` and `quit` stay as they are.
+Value programForElsewhere(const Value &program, const std::string &address);
+
 // Runs a whole program: an Expression; of a bare Array or Map each child; a named function is defined and is the value, one without a
 // name alone is a failure. A returned value keeps its mark, what isn't there is Undefined.
 void evaluateProgram_yielding(Task &task, Value &result, const Value &program, Environment &environment);
@@ -122,12 +136,13 @@ void callFunction_yielding(
 }
 
 template <class State>
-EvaluationFrame<State>::EvaluationFrame(Task &task, Value &result, uint32_t units) : fGuard(units),
-                                                                                     fFrame(task, result)
+EvaluationFrame<State>::EvaluationFrame(const OMExpression *place, Task &task, Value &result, uint32_t units)
+    : fGuard(units),
+      fFrame(task, result)
 {
 	if (fFrame.isFirstEntry() && fGuard.isExceeded()) [[unlikely]]
 	{
-		result = Evaluation::failNesting("evaluation");
+		result = Evaluation::failNesting(place);
 		fFrame.finish();
 	}
 }

@@ -49,7 +49,13 @@ Value OMExpressionBinary::apply(Value &left, Value &right) const
 	}
 	bool isOk = true;
 	Value result = binaryOperation(fBinOp, left, right, isOk);
-	return isOk ? result : Evaluation::fail(*this, std::string("operands of") + binOpToInfixStr(fBinOp) + "don't go together");
+	if (isOk)
+	{
+		return result;
+	}
+	// What went wrong with a text or a comparison stands in the log.
+	return Evaluation::failLogged(
+	    *this, fBinOp == BinOp::ADD ? "the sum has no text" : std::string("operands of") + binOpToInfixStr(fBinOp) + "don't go together");
 }
 
 bool OMExpressionBinary::evaluateDirect(Value &result, Environment &environment) const
@@ -104,7 +110,7 @@ void OMExpressionBinary::evaluateOperator_yielding(Task &task, Value &result, En
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result);
 	while (frame.running())
 	{
 		switch (frame.at<At>())
@@ -161,7 +167,7 @@ bool OMExpressionBinary::appendToVariable(Value &result, Environment &environmen
 	{
 		if (!appendInPlace(place->stringObject()->fText, value))
 		{
-			result = Evaluation::fail(*this, "text too long");
+			result = Evaluation::failLogged(*this, "the sum has no text");
 			*place = result; // what an assignment of the failed sum stores
 			return true;
 		}
@@ -182,7 +188,7 @@ bool OMExpressionBinary::assignDirect(Value &result, Environment &environment) c
 		return true;
 	}
 	Value value;
-	if (!Evaluation::evaluateOperandDirect(value, fNode2, environment))
+	if (!target->isWithinReach(environment) || !Evaluation::evaluateOperandDirect(value, fNode2, environment))
 	{
 		return false;
 	}
@@ -206,7 +212,7 @@ void OMExpressionBinary::evaluateAssignment_yielding(Task &task, Value &result, 
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result);
 	const OMExpressionLValue *target = OMExpressionLValue::fromOperand(fNode1);
 	while (frame.running())
 	{
@@ -260,7 +266,7 @@ void OMExpressionBinary::evaluateLoop_yielding(Task &task, Value &result, Enviro
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result);
 	while (frame.running())
 	{
 		switch (frame.at<At>())

@@ -3,6 +3,7 @@
 
 #include "MrvLogger/MrvChecks.h"
 #include "MrvObject/MrvHash.h"
+#include "MrvParser/Language/MrvDirectOperand.h"
 #include "MrvParser/Language/MrvExpressionText.h"
 #include "MrvParser/Language/MrvOMScope.h"
 #include "MrvParser/Node/MrvMapContainer.h"
@@ -38,7 +39,7 @@ void OMExpressionLValue::assign_yielding(Task &task, Value &result, const Value 
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result);
 	while (frame.running())
 	{
 		switch (frame.at<At>())
@@ -69,7 +70,7 @@ void OMExpressionLValue::increment_yielding(Task &task, Value &result, UnOp unOp
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result);
 	while (frame.running())
 	{
 		switch (frame.at<At>())
@@ -91,6 +92,16 @@ void OMExpressionLValue::increment_yielding(Task &task, Value &result, UnOp unOp
 				break;
 		}
 	}
+}
+
+bool OMExpressionLValue::isWithinReach(Environment &environment) const
+{
+	if (!hasParent())
+	{
+		return true;
+	}
+	DirectOperand parent;
+	return parent.read(fParent, environment) && (parent->isMap() || parent->isArray());
 }
 
 bool OMExpressionLValue::incrementDirect(Value &result, UnOp unOp, Environment &environment) const
@@ -260,7 +271,8 @@ OMExpressionLValue::Place OMExpressionLValue::locateChild(
 	{
 		return place;
 	}
-	if (!isMissing || parentPlace.kind == Place::Kind::COMPUTED)
+	const bool isPlaceless = parentPlace.kind == Place::Kind::COMPUTED && !parentPlace.container.isCell();
+	if (!isMissing || isPlaceless)
 	{
 		return badPlace();
 	}
@@ -270,6 +282,10 @@ OMExpressionLValue::Place OMExpressionLValue::locateChild(
 		return badPlace();
 	}
 	place.container = newContainerFor(key);
+	if (parentPlace.kind == Place::Kind::COMPUTED)
+	{
+		return parentPlace.container.node()->set(place.container.toNode()) ? place : badPlace();
+	}
 	if (parentPlace.attachKind != Place::Kind::BAD)
 	{
 		// The parent is new itself: nobody sees what is put into it.
@@ -280,6 +296,16 @@ OMExpressionLValue::Place OMExpressionLValue::locateChild(
 	place.attachKey = parentPlace.key;
 	place.created = place.container;
 	return place;
+}
+
+void OMExpressionLValue::takeContainer(Place &place, Environment &environment)
+{
+	Value value = read(place, environment);
+	if (place.kind != Place::Kind::BAD && value.type() != OMType::Undefined && value.type() != OMType::Null)
+	{
+		place.kind = Place::Kind::COMPUTED;
+		place.container = std::move(value);
+	}
 }
 
 Value OMExpressionLValue::read(const Place &place, Environment &environment)
@@ -308,6 +334,23 @@ Value OMExpressionLValue::read(const Place &place, Environment &environment)
 			break;
 	}
 	return found ? Value(found->inPlace()) : Value::absent();
+}
+
+std::shared_ptr<IOMNode> OMExpressionLValue::nodeAt(const Place &place, Environment &environment)
+{
+	if (place.kind == Place::Kind::VARIABLE)
+	{
+		const Name name(place.key.text());
+		const Environment::Variable variable = environment.find(name);
+		return variable.place ? variable.owner->getScope()->OMStored::getOMNode(std::string(name.view())) : nullptr;
+	}
+	if (place.kind != Place::Kind::CHILD)
+	{
+		return nullptr;
+	}
+	const auto container = place.container.toNode();
+	return place.key.isString() ? container->getOMNode(std::string(place.key.text()))
+	                            : container->getOMNode(static_cast<size_t>(place.key.intPayload()));
 }
 
 bool OMExpressionLValue::writeAt(Place::Kind kind, const Value &container, const Value &key, Value value, Environment &environment)

@@ -27,18 +27,21 @@ public:
 	// A name without parent and arguments: a variable.
 	virtual bool isPlainName() const { return false; }
 
-	// Places that can't be assigned to, known without evaluating anything: calls and built-in words. The reason is for the log.
+	// Places that can't be assigned to, known without evaluating anything: calls, and built-in words but for one. The reason is for the
+	// log.
 	virtual bool refusesAssignment() const { return isCall(); }
 	virtual std::string getRefusal() const { return "SANITY_CHECK failed: '! optionalNewValue' evaluates to false"; }
 
 	// Stores a value: parents and index are evaluated once, what is missing on the way is created. The result is the value, or an Error
 	// when the place can't take it; nothing has changed then.
-	void assign_yielding(Task &task, Value &result, const Value &value, Environment &environment) const;
+	virtual void assign_yielding(Task &task, Value &result, const Value &value, Environment &environment) const;
 	// `++` and `--` on the place: the place is found once. An absent place gives an Error and nothing is created.
-	void increment_yielding(Task &task, Value &result, UnOp unOp, Environment &environment) const;
+	virtual void increment_yielding(Task &task, Value &result, UnOp unOp, Environment &environment) const;
 	// The same without a frame. False: not possible so; nothing has happened.
 	bool canAssignDirect() const { return fIsDirect && !refusesAssignment(); }
 	virtual bool assignDirect(Value &result, Value &&value, Environment &environment) const = 0;
+	// Whether the place lies in a container that is there: asked before the value is worked out, which may log and must not be done twice.
+	bool isWithinReach(Environment &environment) const;
 	bool incrementDirect(Value &result, UnOp unOp, Environment &environment) const;
 	// The place of a plain name that is there, in a scope where it may simply be written; else null.
 	virtual Value *findPlainPlace(Environment &) const { return nullptr; }
@@ -82,11 +85,15 @@ protected:
 	Place badPlace() const;
 	static Place variablePlace(const Name &name);
 
+	// What lies at the place from here on is what lies there now, unless nothing does.
+	static void takeContainer(Place &place, Environment &environment);
 	// Reads a place; ABSENT when nothing is there.
 	static Value read(const Place &place, Environment &environment);
 	// Writes a place. False when it can't be; the reason has been logged and noted.
 	bool write(const Place &place, const Value &value, Environment &environment) const;
 	static bool writeAt(Place::Kind kind, const Value &container, const Value &key, Value value, Environment &environment);
+	// The node at a place, which holds its value from then on; null when nothing is there.
+	static std::shared_ptr<IOMNode> nodeAt(const Place &place, Environment &environment);
 	// "cannot access identifier" or what fits the class.
 	virtual const char *getAccessComplaint() const { return "cannot access identifier"; }
 	// Changes what lies at a place by `++` or `--`; gives the value of the operation.

@@ -42,7 +42,7 @@ void OMExpressionLValueCall::evaluate_yielding(Task &task, Value &result, Enviro
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result, NestingGuard::SCRIPT_CALL);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result, NestingGuard::SCRIPT_CALL);
 	while (frame.running())
 	{
 		switch (frame.at<At>())

@@ -77,7 +77,7 @@ void OMExpressionLValueIndexByExpression::evaluate_yielding(Task &task, Value &r
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result);
 	while (frame.running())
 	{
 		switch (frame.at<At>())
@@ -183,6 +183,7 @@ void OMExpressionLValueIndexByExpression::locate_yielding(Task &task, Place &pla
 				frame.call(PARENT_KNOWN, [&] { locateParent_yielding(task, frame->parentPlace, accessType, environment); });
 				break;
 			case PARENT_KNOWN:
+				takeContainer(frame->parentPlace, environment); // the index may change what lies there
 				frame.call(INDEX_KNOWN, [&] { Evaluation::evaluateOperand(task, frame->index, fIndexExpression, environment); });
 				break;
 			case INDEX_KNOWN:

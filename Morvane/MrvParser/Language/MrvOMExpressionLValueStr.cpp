@@ -104,7 +104,7 @@ void OMExpressionLValueStr::evaluateVariable_yielding(Task &task, Value &result,
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result);
 	while (frame.running())
 	{
 		switch (frame.at<At>())
@@ -146,7 +146,7 @@ void OMExpressionLValueStr::evaluateMember_yielding(Task &task, Value &result, E
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result);
 	while (frame.running())
 	{
 		switch (frame.at<At>())
@@ -192,6 +192,15 @@ bool OMExpressionLValueStr::findCallee(Value &callee, const Value &thisNode, Env
 	bool isOpaque = false;
 	const Value *place = Evaluation::findAttribute(thisNode, fName, fGuess, isOpaque);
 	callee = place ? place->inPlace() : Value::absent();
+	if (!place && thisNode.isString())
+	{
+		// A text has no members, but functions of the program itself may be called on it.
+		const Environment::Variable variable = environment.find(fName, fGuess);
+		const Value found = variable.place ? variable.place->inPlace() : Value::absent();
+		const bool isNative = found.isFunction() && found.function()->fBody.isExpression() &&
+		                      found.function()->fBody.expression()->getClass() == IExpression::Class::NATIVE;
+		callee = isNative ? found : callee;
+	}
 	return !isOpaque;
 }
 
@@ -218,7 +227,7 @@ void OMExpressionLValueStr::evaluateCall_yielding(Task &task, Value &result, Env
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result, NestingGuard::SCRIPT_CALL);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result, NestingGuard::SCRIPT_CALL);
 	while (frame.running())
 	{
 		switch (frame.at<At>())
@@ -302,6 +311,10 @@ void OMExpressionLValueStr::evaluateCall_yielding(Task &task, Value &result, Env
 
 Value *OMExpressionLValueStr::findPlainPlace(Environment &environment) const
 {
+	if (!isPlainName())
+	{
+		return nullptr;
+	}
 	const Environment::Variable variable = findVariable(environment);
 	if (variable.found != Environment::Found::YES || variable.place->isCell())
 	{

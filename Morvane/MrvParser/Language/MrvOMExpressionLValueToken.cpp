@@ -4,6 +4,8 @@
 #include "MrvObject/MrvHash.h"
 #include "MrvParser/Language/MrvDirectOperand.h"
 #include "MrvParser/Language/MrvExpressionText.h"
+#include "MrvParser/Node/MrvOMStored.h"
+#include "MrvParser/Node/MrvOperations.h"
 #include "MrvTask/MrvTaskTables.h"
 
 namespace Mrv
@@ -96,7 +98,7 @@ void OMExpressionLValueToken::evaluate_yielding(Task &task, Value &result, Envir
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result);
 	while (frame.running())
 	{
 		switch (frame.at<At>())
@@ -151,9 +153,184 @@ void OMExpressionLValueToken::evaluate_yielding(Task &task, Value &result, Envir
 	}
 }
 
-void OMExpressionLValueToken::locate_yielding(Task &, Place &place, AccessType, Environment &) const
+// --- Assignment
+
+void OMExpressionLValueToken::assign_yielding(Task &task, Value &result, const Value &value, Environment &environment) const
 {
-	place = badPlace(); // callers ask `refusesAssignment` first
+	access_yielding(task, result, AccessType::SET, value, nullptr, environment);
+}
+
+void OMExpressionLValueToken::increment_yielding(Task &task, Value &result, UnOp unOp, Environment &environment) const
+{
+	if (refusesAssignment())
+	{
+		OMExpressionLValue::increment_yielding(task, result, unOp, environment);
+		return;
+	}
+	access_yielding(task, result, AccessType::SET, Value(), &unOp, environment);
+}
+
+// The receiver as a node: that of its place, or a new one that is put there when it has been given a value.
+Value OMExpressionLValueToken::receiverAt(Place &place, bool &isNew, Environment &environment)
+{
+	if (place.kind == Place::Kind::COMPUTED)
+	{
+		Value value = place.container;
+		value.settle();
+		return value;
+	}
+	const auto node = nodeAt(place, environment);
+	isNew = !node;
+	return Value::nodeItself(node ? node : OMStored::undefinedFactory());
+}
+
+void OMExpressionLValueToken::access_yielding(
+    Task &task, Value &result, AccessType accessType, const Value &value, const UnOp *unOp, Environment &environment) const
+{
+	struct LocalVariableState : OMFunctionState
+	{
+		Place receiver;
+		bool isReceiverNew = false;
+		ValueList arguments;
+		Value value;
+		Value changed;
+	};
+	enum At : int32_t
+	{
+		START = 0,
+		ARGUMENTS = 1,
+		CHANGED = 2,
+		RECEIVER_KNOWN = 1000000,
+		ARGUMENT_KNOWN = 1000001,
+		VALUE_KNOWN = 1000002,
+		ACCESSED = 1000003,
+		DONE = -1
+	};
+
+	EvaluationFrame<LocalVariableState> frame(*this, task, result);
+	while (frame.running())
+	{
+		const BuiltinCall call{task, environment, *this, frame->arguments, hasParent()};
+		switch (frame.at<At>())
+		{
+			case START:
+				if (hasParent())
+				{
+					frame.call(RECEIVER_KNOWN, [&] { locateParent_yielding(task, frame->receiver, AccessType::SET, environment); });
+					break;
+				}
+				frame.goTo(ARGUMENTS);
+				break;
+			case RECEIVER_KNOWN:
+				if (frame->receiver.kind == Place::Kind::BAD)
+				{
+					result = Value::error();
+					frame.finish();
+					break;
+				}
+				frame->arguments.push_back(receiverAt(frame->receiver, frame->isReceiverNew, environment));
+				frame.goTo(ARGUMENTS);
+				break;
+			case ARGUMENTS:
+				if (frame->arguments.size() < operandCount())
+				{
+					frame.call(ARGUMENT_KNOWN,
+					    [&] { Evaluation::evaluateOperand(task, frame->value, operandAt(frame->arguments.size()), environment); });
+				}
+				else if (unOp)
+				{
+					frame.call(VALUE_KNOWN, [&] { fBuiltin->run_yielding(call, frame->value); });
+				}
+				else
+				{
+					frame->changed = value;
+					frame.goTo(CHANGED);
+				}
+				break;
+			case ARGUMENT_KNOWN:
+				frame->value.settleForStore();
+				frame->arguments.push_back(std::move(frame->value));
+				frame.goTo(ARGUMENTS);
+				break;
+			case VALUE_KNOWN:
+			{
+				if (frame->value.type() == OMType::Undefined)
+				{
+					result =
+					    Evaluation::failAbsent(*this, Value::expression(Ref<IExpression>(const_cast<OMExpressionLValueToken *>(this))));
+					frame.finish();
+					break;
+				}
+				bool isOk = !frame->value.isError();
+				frame->changed = isOk ? unaryOperation(*unOp, frame->value, isOk) : Value::error();
+				if (!isOk)
+				{
+					result = Value::error();
+					frame.finish();
+					break;
+				}
+				frame.goTo(CHANGED);
+				break;
+			}
+			case CHANGED:
+				frame.call(ACCESSED, [&] { fBuiltin->access_yielding(call, accessType, frame->changed, result); });
+				break;
+			case ACCESSED:
+				if (frame->isReceiverNew && !result.isError())
+				{
+					const Value receiver = Value::fromNode(frame->arguments[0].node());
+					if (receiver.type() != OMType::Undefined && !write(frame->receiver, receiver, environment))
+					{
+						result = Value::error();
+					}
+				}
+				if (unOp && !result.isError() && (*unOp == UnOp::POST_INCREMENT || *unOp == UnOp::POST_DECREMENT))
+				{
+					result = Value::number(getAsNum(frame->value));
+				}
+				frame.finish();
+				break;
+			case DONE:
+				break;
+		}
+	}
+}
+
+// What lies below it is assigned to. Callers ask `refusesAssignment` first.
+void OMExpressionLValueToken::locate_yielding(Task &task, Place &place, AccessType, Environment &environment) const
+{
+	struct LocalVariableState : OMFunctionState
+	{
+		Value value;
+	};
+	enum At : int32_t
+	{
+		START = 0,
+		VALUE_KNOWN = 1000000,
+		DONE = -1
+	};
+
+	YieldingFrame<LocalVariableState> frame(task, place);
+	while (frame.running())
+	{
+		switch (frame.at<At>())
+		{
+			case START:
+				frame.call(
+				    VALUE_KNOWN, [&] { access_yielding(task, frame->value, AccessType::GET_CREATE, Value(), nullptr, environment); });
+				break;
+			case VALUE_KNOWN:
+				if (!frame->value.isError())
+				{
+					place.kind = Place::Kind::COMPUTED;
+					place.container = std::move(frame->value);
+				}
+				frame.finish();
+				break;
+			case DONE:
+				break;
+		}
+	}
 }
 
 bool OMExpressionLValueToken::appendText(std::string &text, NodeWalk &walk) const

@@ -58,13 +58,13 @@ Value OMExpressionSequence::add(Value sum, Value term, size_t index) const
 	{
 		if (!appendInPlace(sum.stringObject()->fText, term))
 		{
-			return Evaluation::fail(*this, "text too long");
+			return Evaluation::failLogged(*this, "the sum has no text");
 		}
 		return sum;
 	}
 	bool isOk = true;
 	Value result = binaryOperation(BinOp::ADD, sum, term, isOk);
-	return isOk ? result : Evaluation::fail(*this, "text too long");
+	return isOk ? result : Evaluation::failLogged(*this, "the sum has no text");
 }
 
 bool OMExpressionSequence::evaluateDirect(Value &result, Environment &environment) const
@@ -144,7 +144,7 @@ void OMExpressionSequence::evaluateStatements_yielding(Task &task, Value &result
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result);
 	while (frame.running())
 	{
 		switch (frame.at<At>())
@@ -197,7 +197,7 @@ void OMExpressionSequence::evaluateSum_yielding(Task &task, Value &result, Envir
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result);
 	while (frame.running())
 	{
 		switch (frame.at<At>())

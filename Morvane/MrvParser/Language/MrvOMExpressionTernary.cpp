@@ -57,7 +57,7 @@ void OMExpressionTernary::evaluate_yielding(Task &task, Value &result, Environme
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result);
 	while (frame.running())
 	{
 		switch (frame.at<At>())

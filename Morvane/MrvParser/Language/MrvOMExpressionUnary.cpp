@@ -79,7 +79,7 @@ void OMExpressionUnary::evaluate_yielding(Task &task, Value &result, Environment
 		DONE = -1
 	};
 
-	EvaluationFrame<LocalVariableState> frame(task, result);
+	EvaluationFrame<LocalVariableState> frame(*this, task, result);
 	while (frame.running())
 	{
 		switch (frame.at<At>())

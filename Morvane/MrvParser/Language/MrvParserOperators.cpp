@@ -255,7 +255,7 @@ void ParserMachine::onAfterNot(int32_t character)
 	}
 	else
 	{
-		fail("unexpected character after !");
+		fail(character == InputStream::END_OF_INPUT ? "unexpected end of inputStream" : "unexpected character after !");
 	}
 }
 

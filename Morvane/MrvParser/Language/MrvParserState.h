@@ -42,7 +42,7 @@ enum class ParserStateComments : uint8_t
 	X(COMPOUND,             SEEN,  ALLOWED, "after an operator that `=` may make an assignment") \
 	X(AFTER_ASSIGN,         SEEN,  ALLOWED, "after `=`") \
 	X(AFTER_EQUAL,          SEEN,  ALLOWED, "after `==`") \
-	X(AFTER_NOT,            FAILS, ALLOWED, "after `!` behind an operand") \
+	X(AFTER_NOT,            SEEN,  ALLOWED, "after `!` behind an operand") \
 	X(AFTER_NOT_EQUAL,      SEEN,  ALLOWED, "after `!=`") \
 	X(AFTER_GREATER,        SEEN,  ALLOWED, "after `>`") \
 	X(AFTER_LESS,           SEEN,  ALLOWED, "after `<` behind an operand") \

@@ -97,6 +97,10 @@ void evaluateSource_yielding(
 				break;
 			case PARSED:
 				isParsed = frame->isParsed;
+				if (isParsed && !source.address.empty())
+				{
+					frame->program = Evaluation::programForElsewhere(frame->program, source.address);
+				}
 				source = Source();
 				if (!isParsed)
 				{

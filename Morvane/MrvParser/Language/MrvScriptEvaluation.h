@@ -23,6 +23,7 @@ struct Source
 {
 	std::shared_ptr<InputStream> stream;
 	std::unique_ptr<ParseContext> context;
+	std::string address{}; // where it is to be run; empty: here
 };
 
 // All statements of a stream. A text that can't be parsed is reported on standard error, and so is what the parser warns of.

@@ -6,6 +6,7 @@
 #include "MrvParser/Language/MrvParser.h"
 #include "MrvParser/Stream/MrvIOStreamPrompted.h"
 #include "MrvPlatform/MrvConsole.h"
+#include "MrvPlatform/MrvSignals.h"
 #include "MrvTask/MrvIInternalCoordinator.h"
 
 namespace Mrv
@@ -66,7 +67,7 @@ void reportErrorNote(Task &task)
 	task.fErrorNote.clear();
 }
 
-void parseAndEvalStream_yielding(Task &task, bool &success, const std::shared_ptr<OMScope> &scope)
+void parseAndEvalStream_yielding(Task &task, bool &success, const std::shared_ptr<OMScope> &scope, const std::string &address)
 {
 	struct LocalVariableState : OMFunctionState
 	{
@@ -90,6 +91,7 @@ void parseAndEvalStream_yielding(Task &task, bool &success, const std::shared_pt
 		STATEMENT_BEGINS = 3,
 		STATEMENT = 4,
 		RUN = 5,
+		INTERRUPTED = 6,
 		CHARACTER_KNOWN = 1000001,
 		PRINTED = 1000002,
 		PARSED = 1000004,
@@ -104,8 +106,24 @@ void parseAndEvalStream_yielding(Task &task, bool &success, const std::shared_pt
 	YieldingFrame<LocalVariableState> frame(task, success);
 	while (frame.running())
 	{
+		if (ioStream->isConsole() && Platform::takeInterrupt())
+		{
+			if (frame.at<At>() == RUN)
+			{
+				Platform::console().write(Platform::StandardStream::ERROR_OUTPUT, "interrupted\n");
+			}
+			frame.goTo(INTERRUPTED); // lets go of what is suspended, so that its undo runs
+		}
 		switch (frame.at<At>())
 		{
+			case INTERRUPTED:
+				task.endChildTasks();
+				frame->interactionLevel = InteractionLevel();
+				frame->isPending = false;
+				ioStream->dropLine();
+				task.fErrorNote.clear();
+				frame.goTo(frame->context ? NEXT_CHARACTER : START);
+				break;
 			case START:
 				frame->context = std::make_unique<ParseContext>("standard input", ParseContext::FirstLine::MAY_BE_DIRECTIVE);
 				frame.call(NEXT_CHARACTER, [&] { Parser::passFirstLine_yielding(task, *ioStream, *frame->context); });
@@ -191,6 +209,10 @@ void parseAndEvalStream_yielding(Task &task, bool &success, const std::shared_pt
 					}
 					frame.goTo(NEXT_CHARACTER);
 					break;
+				}
+				if (!address.empty())
+				{
+					frame->program = Evaluation::programForElsewhere(frame->program, address);
 				}
 				// What the statement reads from the input is what comes behind its line.
 				frame->isLineTaken = frame->context->hasOperand() && passLineEnd(*ioStream);

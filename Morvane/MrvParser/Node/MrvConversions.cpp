@@ -101,6 +101,12 @@ bool appendExpressionText(std::string &text, const Value &value, TextPlace place
 	return appendPlacedText(text, *value.expression(), place, walk) && walk.allowText(text.size());
 }
 
+// A text that is no literal.
+std::string forUse(const std::string &text, const NodeWalk &walk)
+{
+	return walk.getTextUse() == NodeWalk::TextUse::TRANSFER ? Utils::enquote(text) : text;
+}
+
 // What both renderings have in common: everything but Strings and containers.
 bool appendSimple(std::string &text, const Value &value, TextPlace place, NodeWalk &walk)
 {
@@ -116,7 +122,7 @@ bool appendSimple(std::string &text, const Value &value, TextPlace place, NodeWa
 			text += value.boolPayload() ? "true" : "false";
 			break;
 		case OMType::Date:
-			text += dateToText(value.intPayload());
+			text += forUse(dateToText(value.intPayload()), walk);
 			break;
 		case OMType::Int:
 			appendInt(text, value.intPayload());
@@ -131,7 +137,7 @@ bool appendSimple(std::string &text, const Value &value, TextPlace place, NodeWa
 			text += "error";
 			break;
 		case OMType::GUID:
-			text += value.guidPayload()->toSectionedString();
+			text += forUse(value.guidPayload()->toSectionedString(), walk);
 			break;
 		case OMType::Expression:
 			return appendExpressionText(text, value, place, walk);
@@ -428,6 +434,18 @@ std::string toString(const Value &value)
 {
 	std::string text;
 	return toString(value, text) ? text : "error";
+}
+
+bool appendForTransfer(std::string &text, const Value &value)
+{
+	const size_t oldSize = text.size();
+	NodeWalk walk("toString", NodeWalk::TextUse::TRANSFER);
+	if (appendToString(text, value, walk))
+	{
+		return true;
+	}
+	text.resize(oldSize);
+	return false;
 }
 
 bool parseIndex(std::string_view text, size_t &index)

@@ -42,6 +42,9 @@ enum class TextPlace : uint8_t
 bool appendToString(std::string &text, const Value &value, TextPlace place, NodeWalk &walk);
 bool toString(const Value &value, std::string &text);
 std::string toString(const Value &value);
+// Appends the literal for another process, where a Date and a GUID are Strings. False and a log line when a limit was reached; the text is
+// as before then.
+bool appendForTransfer(std::string &text, const Value &value);
 
 // A decimal number without sign that fits: the position that an attribute name addresses in an Array.
 bool parseIndex(std::string_view text, size_t &index);

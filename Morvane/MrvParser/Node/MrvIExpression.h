@@ -27,6 +27,7 @@ public:
 		BINARY,
 		TERNARY,
 		SEQUENCE,
+		NATIVE, // the body of a function that no script has written
 	};
 
 	virtual Class getClass() const = 0;

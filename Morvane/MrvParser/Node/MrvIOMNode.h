@@ -144,10 +144,10 @@ public:
 	virtual bool set(OMInt number) = 0;
 	virtual bool set(OMFloat number) = 0;
 	virtual bool set(bool value) = 0;
-	virtual bool set(Ref<ArrayContainer> array) = 0;
-	virtual bool set(Ref<MapContainer> map) = 0;
-	virtual bool set(Ref<IExpression> expression) = 0;
-	virtual bool set(Ref<FunctionSignature> signature, Ref<IExpression> expression) = 0;
+	virtual bool set(const Ref<ArrayContainer> &array) = 0;
+	virtual bool set(const Ref<MapContainer> &map) = 0;
+	virtual bool set(const Ref<IExpression> &expression) = 0;
+	virtual bool set(Ref<FunctionSignature> signature, const Ref<IExpression> &expression) = 0;
 	virtual bool setValue(Value value) = 0;
 	virtual bool setDate(int64_t seconds) = 0;
 	virtual bool setNum(double number) = 0;

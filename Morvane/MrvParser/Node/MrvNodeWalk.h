@@ -19,8 +19,16 @@ public:
 	static constexpr size_t MAX_ROOM = size_t{1} << 29;
 	static constexpr size_t MAX_TEXT = size_t{1} << 29; // also the longest String that there may be
 
+	// What a rendering is made for.
+	enum class TextUse : uint8_t
+	{
+		LITERAL,
+		TRANSFER, // to another process: what has no literal of its own is written as a String, so that the text can be read back
+	};
+
 	// operation: names the walk in the log line, e.g. "toString"; a literal.
-	explicit NodeWalk(const char *operation) : fOperation(operation) {}
+	explicit NodeWalk(const char *operation, TextUse textUse = TextUse::LITERAL) : fOperation(operation), fTextUse(textUse) {}
+	TextUse getTextUse() const { return fTextUse; }
 
 	// Counts one visited value; false when the walk must stop.
 	bool visit()
@@ -71,6 +79,7 @@ private:
 	bool checkSlowly();
 
 	const char *fOperation;
+	const TextUse fTextUse;
 	uint64_t fVisits = 0;
 	size_t fRoom = 0;
 	uint64_t fNextCheck = CHECK_INTERVAL;

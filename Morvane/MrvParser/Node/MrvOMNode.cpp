@@ -274,7 +274,7 @@ bool OMNode::clearNode()
 	return true;
 }
 
-bool OMNode::set(Ref<FunctionSignature>, Ref<IExpression>)
+bool OMNode::set(Ref<FunctionSignature>, const Ref<IExpression> &)
 {
 	return false;
 }

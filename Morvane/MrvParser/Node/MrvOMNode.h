@@ -94,10 +94,10 @@ public:
 	bool set(OMInt) override { return false; }
 	bool set(OMFloat) override { return false; }
 	bool set(bool) override { return false; }
-	bool set(Ref<ArrayContainer>) override { return false; }
-	bool set(Ref<MapContainer>) override { return false; }
-	bool set(Ref<IExpression>) override { return false; }
-	bool set(Ref<FunctionSignature>, Ref<IExpression>) override;
+	bool set(const Ref<ArrayContainer> &) override { return false; }
+	bool set(const Ref<MapContainer> &) override { return false; }
+	bool set(const Ref<IExpression> &) override { return false; }
+	bool set(Ref<FunctionSignature>, const Ref<IExpression> &) override;
 	bool setValue(Value) override { return false; }
 	bool setDate(int64_t) override { return false; }
 	bool setNum(double) override { return false; }

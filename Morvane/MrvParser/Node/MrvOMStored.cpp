@@ -382,11 +382,11 @@ bool OMStored::set(const std::shared_ptr<IOMNode> &omNode)
 	return omNode ? setTo(omNode, 0) : setUndefined();
 }
 
-bool OMStored::set(Ref<FunctionSignature> signature, Ref<IExpression> expression)
+bool OMStored::set(Ref<FunctionSignature> signature, const Ref<IExpression> &expression)
 {
 	SANITY_CHECK(signature, return false);
 	SANITY_CHECK(expression, return false);
-	return setValue(Value::function(makeRef<FunctionObject>(std::move(signature), Value::expression(std::move(expression)))));
+	return setValue(Value::function(makeRef<FunctionObject>(std::move(signature), Value::expression(expression))));
 }
 
 bool OMStored::setTo(const std::shared_ptr<IOMNode> &fromOMNode, size_t cloneNestLevel)

@@ -95,10 +95,10 @@ public:
 	// Keeps the Float type; `setNum` normalises.
 	bool set(OMFloat number) override { return setValue(number != number ? Value::nan() : Value::floating(number)); }
 	bool set(bool value) override { return setValue(Value::boolean(value)); }
-	bool set(Ref<ArrayContainer> array) override { return setValue(Value::array(std::move(array))); }
-	bool set(Ref<MapContainer> map) override { return setValue(Value::map(std::move(map))); }
-	bool set(Ref<IExpression> expression) override { return setValue(Value::expression(std::move(expression))); }
-	bool set(Ref<FunctionSignature> signature, Ref<IExpression> expression) override;
+	bool set(const Ref<ArrayContainer> &array) override { return setValue(Value::array(array)); }
+	bool set(const Ref<MapContainer> &map) override { return setValue(Value::map(map)); }
+	bool set(const Ref<IExpression> &expression) override { return setValue(Value::expression(expression)); }
+	bool set(Ref<FunctionSignature> signature, const Ref<IExpression> &expression) override;
 	bool setValue(Value value) override;
 	bool setDate(int64_t seconds) override { return setValue(Value::date(seconds)); }
 	bool setNum(double number) override { return setValue(Value::number(number)); }

@@ -1,29 +1,23 @@
 // Access to nodes. The values stand in MrvOMAccessorValues.cpp.
 //
-// Every text target comes through the two functions by reference, or through `find` and `findOrMake`: what a text may say is decided
-// there and nowhere else.
+// Every text of a reference comes to `walk_yielding`; a plain path that needs nothing run is looked up at once (PlainPath).
 #include "MrvParser/Reference/MrvOMAccessor.h"
 
 #include "MrvLogger/MrvChecks.h"
 #include "MrvParser/Language/MrvOMScope.h"
 #include "MrvParser/Node/MrvOMStored.h"
+#include "MrvParser/Reference/MrvPlainPath.h"
+#include "MrvParser/Reference/MrvReferenceWalk.h"
 #include "MrvTask/MrvOperationTask.h"
 #include "MrvTask/MrvYieldingFrame.h"
+
+#include <functional>
 
 namespace Mrv
 {
 namespace
 {
 const ArgumentList NO_ARGUMENTS;
-
-// Makes of the one node that a text names what the caller wants to see.
-void collect(std::shared_ptr<IOMNode> &omNode, ReferenceType referenceType)
-{
-	if (omNode && referenceType == ReferenceType::OM_REF_SELECTOR_ARRAY)
-	{
-		omNode = OMStored::factory(std::vector<std::shared_ptr<IOMNode>>{omNode});
-	}
-}
 
 using TaskOperation = std::function<void(const std::shared_ptr<Task> &task, bool &success)>;
 
@@ -103,15 +97,14 @@ bool OMAccessor::accessOMNodeReadOnly(const std::string &attribute, std::shared_
 }
 
 // A child of a plain container that needs no code to be read, so that looking at data runs nothing else meanwhile.
-template <class Target>
-std::shared_ptr<IOMNode> OMAccessor::findHere(const Target &target) const
+std::shared_ptr<IOMNode> OMAccessor::findHere(size_t index) const
 {
 	const auto stored = fOMNode ? fOMNode->getOMStoredPtr() : nullptr;
 	if (!stored || std::dynamic_pointer_cast<OMScope>(stored))
 	{
 		return nullptr;
 	}
-	const auto child = stored->getOMNode(target);
+	const auto child = stored->getOMNode(index);
 	return child && child->getType() != OMType::Expression ? child : nullptr;
 }
 
@@ -127,12 +120,16 @@ std::shared_ptr<IOMNode> OMAccessor::find(size_t index) const
 
 std::shared_ptr<IOMNode> OMAccessor::find(const std::string &target) const
 {
-	std::shared_ptr<IOMNode> omNode = findHere(target);
-	if (!omNode && fOMNode && !accessOMNodeReadOnly(target, omNode))
+	std::shared_ptr<IOMNode> omNode;
+	if (!fOMNode || PlainPath::find(fOMNode, target, omNode))
 	{
-		return nullptr;
+		return omNode;
 	}
-	return omNode;
+	WalkResult walkResult;
+	const auto getter = makeTask([&](const std::shared_ptr<Task> &task, bool &)
+	    { walk_yielding(task, walkResult, AccessType::GET, target, omNode, ReferenceType::OM_REF_SELECTOR_SINGLE_ELEMENT_OR_ARRAY); });
+	SANITY_CHECK(getter->runToCompletion(), return nullptr);
+	return walkResult.isMatched ? omNode : nullptr;
 }
 
 std::shared_ptr<IOMNode> OMAccessor::findOrMake(size_t index)
@@ -141,10 +138,11 @@ std::shared_ptr<IOMNode> OMAccessor::findOrMake(size_t index)
 	return makeArray() && accessOMNode(AccessType::SET, index, omNode) ? omNode : nullptr;
 }
 
-std::shared_ptr<IOMNode> OMAccessor::findOrMake(const std::string &target)
+bool OMAccessor::assignByReference(const std::string &target, std::shared_ptr<IOMNode> &omNode)
 {
-	std::shared_ptr<IOMNode> omNode;
-	return makeMap() && accessOMNode(AccessType::SET, target, omNode) ? omNode : nullptr;
+	const auto setter = makeTask([&](const std::shared_ptr<Task> &task, bool &success) { set_yielding(task, success, target, omNode); });
+	SANITY_CHECK(setter->runToCompletion(), return false);
+	return setter->isSuccess();
 }
 
 // --- One step
@@ -191,19 +189,88 @@ void OMAccessor::accessOMNodeReadOnly_yielding(
 
 // --- By reference
 
-void OMAccessor::accessOMNode_yielding(const std::shared_ptr<Task> &task, bool &success, AccessType accessType,
-    const std::string &reference, std::shared_ptr<IOMNode> &omNode, ReferenceType referenceType)
+void OMAccessor::walk_yielding(const std::shared_ptr<Task> &task, WalkResult &walkResult, AccessType accessType,
+    const std::string &reference, std::shared_ptr<IOMNode> &omNode, ReferenceType referenceType) const
 {
 	struct LocalVariableState : OMFunctionState
 	{
-		bool isReached = false;
-		std::shared_ptr<IOMNode> found;
+		std::unique_ptr<ReferenceWalk> walk;
+		std::shared_ptr<IOMNode> value;
 	};
 	enum At : int32_t
 	{
 		START = 0,
-		GIVEN = 1,
-		FOUND = 1000001,
+		WALKING = 1,
+		CALL_WANTED = 2,
+		CALLED = 1000002,
+		DONE = -1
+	};
+	constexpr size_t STEPS = 64; // children between two looks at the clock
+
+	YieldingFrame<LocalVariableState> frame(*task, walkResult);
+	while (frame.running())
+	{
+		switch (frame.at<At>())
+		{
+			case START:
+			{
+				const auto chain = fOMNode ? ReferenceParser::parseReference(reference, &walkResult.reason) : nullptr;
+				if (!chain)
+				{
+					omNode = nullptr;
+					frame.finish();
+					break;
+				}
+				frame->value = omNode && accessType == AccessType::SET ? omNode : OMStored::undefinedFactory();
+				frame->walk = std::make_unique<ReferenceWalk>(chain, fOMNode, fScope, accessType, frame->value);
+				frame.goTo(WALKING);
+				break;
+			}
+			case WALKING:
+			{
+				const ReferenceWalk::Outcome outcome = frame->walk->advance(Task::isAlwaysYield() ? 1 : STEPS);
+				if (outcome == ReferenceWalk::Outcome::CALL)
+				{
+					frame.goTo(CALL_WANTED);
+				}
+				else if (outcome == ReferenceWalk::Outcome::MORE)
+				{
+					task->readClockSoon();
+				}
+				else
+				{
+					const ReferenceWalk &walk = *frame->walk;
+					walkResult = {walk.isSuccess(), walk.isSuccess() && walk.hasMatches(), walk.getReason()};
+					omNode = walkResult.isMatched ? walk.getResult(referenceType) : frame->value;
+					omNode = walkResult.isSuccess ? omNode : nullptr;
+					frame.finish();
+				}
+				break;
+			}
+			case CALL_WANTED:
+				frame.call(CALLED, [&] { frame->walk->call_yielding(task); });
+				break;
+			case CALLED:
+				frame.goTo(WALKING);
+				break;
+			case DONE:
+				break;
+		}
+	}
+}
+
+void OMAccessor::accessOMNode_yielding(const std::shared_ptr<Task> &task, bool &success, AccessType accessType,
+    const std::string &reference, std::shared_ptr<IOMNode> &omNode, ReferenceType referenceType, std::string *reason)
+{
+	struct LocalVariableState : OMFunctionState
+	{
+		std::unique_ptr<WalkResult> walkResult;
+	};
+	enum At : int32_t
+	{
+		START = 0,
+		READY = 1,
+		WALKED = 1000001,
 		DONE = -1
 	};
 
@@ -213,16 +280,22 @@ void OMAccessor::accessOMNode_yielding(const std::shared_ptr<Task> &task, bool &
 		switch (frame.at<At>())
 		{
 			case START:
-				frame->found = omNode;
-				frame.goTo(GIVEN);
+				if (!fOMNode && !reference.empty())
+				{
+					fOMNode = OMStored::undefinedFactory();
+				}
+				frame->walkResult = std::make_unique<WalkResult>();
+				frame.goTo(READY);
 				[[fallthrough]];
-			case GIVEN:
-				frame.call(FOUND, [&] { accessOMNode_yielding(task, frame->isReached, accessType, reference, frame->found); });
+			case READY:
+				frame.call(WALKED, [&] { walk_yielding(task, *frame->walkResult, accessType, reference, omNode, referenceType); });
 				break;
-			case FOUND:
-				success = frame->isReached;
-				omNode = success ? std::move(frame->found) : nullptr;
-				collect(omNode, referenceType);
+			case WALKED:
+				success = frame->walkResult->isSuccess;
+				if (reason)
+				{
+					*reason = frame->walkResult->reason;
+				}
 				frame.finish();
 				break;
 			case DONE:
@@ -236,13 +309,12 @@ void OMAccessor::accessOMNodeReadOnly_yielding(const std::shared_ptr<Task> &task
 {
 	struct LocalVariableState : OMFunctionState
 	{
-		bool isReached = false;
-		std::shared_ptr<IOMNode> found;
+		std::unique_ptr<WalkResult> walkResult = std::make_unique<WalkResult>();
 	};
 	enum At : int32_t
 	{
 		START = 0,
-		FOUND = 1000000,
+		WALKED = 1000000,
 		DONE = -1
 	};
 
@@ -252,12 +324,10 @@ void OMAccessor::accessOMNodeReadOnly_yielding(const std::shared_ptr<Task> &task
 		switch (frame.at<At>())
 		{
 			case START:
-				frame.call(FOUND, [&] { accessOMNodeReadOnly_yielding(task, frame->isReached, reference, frame->found); });
+				frame.call(WALKED, [&] { walk_yielding(task, *frame->walkResult, AccessType::GET, reference, omNode, referenceType); });
 				break;
-			case FOUND:
-				success = frame->isReached;
-				omNode = success ? std::move(frame->found) : nullptr;
-				collect(omNode, referenceType);
+			case WALKED:
+				success = frame->walkResult->isSuccess;
 				frame.finish();
 				break;
 			case DONE:
@@ -271,13 +341,12 @@ void OMAccessor::get_yielding(
 {
 	struct LocalVariableState : OMFunctionState
 	{
-		bool isReached = false;
-		std::shared_ptr<IOMNode> found;
+		std::unique_ptr<WalkResult> walkResult = std::make_unique<WalkResult>();
 	};
 	enum At : int32_t
 	{
 		START = 0,
-		FOUND = 1000000,
+		WALKED = 1000000,
 		DONE = -1
 	};
 
@@ -292,10 +361,10 @@ void OMAccessor::get_yielding(
 					frame.finish();
 					break;
 				}
-				frame.call(FOUND, [&] { accessOMNodeReadOnly_yielding(task, frame->isReached, reference, frame->found, referenceType); });
+				frame.call(WALKED, [&] { walk_yielding(task, *frame->walkResult, AccessType::GET, reference, omNode, referenceType); });
 				break;
-			case FOUND:
-				omNode = frame->isReached ? std::move(frame->found) : nullptr;
+			case WALKED:
+				omNode = frame->walkResult->isMatched ? omNode : nullptr;
 				frame.finish();
 				break;
 			case DONE:

@@ -1,21 +1,25 @@
 #pragma once
 
 #include "MrvParser/Node/MrvIOMNode.h"
+#include "MrvParser/Reference/MrvReferenceParser.h"
 #include "MrvParser/Reference/MrvReferenceType.h"
 #include "MrvTask/MrvTask.h"
 
-#include <functional>
 #include <limits>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace Mrv
 {
 class OMScope;
 
 // The handle by which program code works on a node and on what lies below it. It wraps one node, which may be missing; copies share the
-// node. Each operation takes a target: an index, a text, or none for the node itself. A text names one attribute (or, as decimal digits,
-// one element).
+// node. Each operation takes a target: an index, a text, or none for the node itself.
+//
+// The text of a getter, a setter and of what says "by reference" is a path reference: `main/val1`, `list[3]`, `*.*/$^x$`. The text of
+// `accessOMNode` and of the operations "in one step" is a plain key, whatever characters it has: for keys that come from outside, such as
+// the names of files or of entries (`ReferenceParser::escapeReference` makes a segment of one).
 //
 // What ends in `_yielding` may suspend and follows the protocol of YieldingFrame; the accessor must outlive it. Everything else runs to its
 // end at once: where code has to run for that (a stored Expression, a scope that answers for itself), in a task of its own, while the
@@ -42,9 +46,12 @@ public:
 	bool accessOMNodeReadOnly(size_t index, std::shared_ptr<IOMNode> &omNode) const;
 	bool accessOMNodeReadOnly(const std::string &attribute, std::shared_ptr<IOMNode> &omNode) const;
 
-	// By reference: what the text stands for.
+	// By reference. With SET every match takes the value of the node handed in, containers are shared, and missing ones are made on exact
+	// names; an accessor without a node gets an Undefined one first. `omNode` is the match, or an array of the matches; without any it is
+	// Undefined, or with SET what it was. Success false and a null `omNode` for a text that is no reference and a walk that failed:
+	// `reason`, if given, says why.
 	void accessOMNode_yielding(const std::shared_ptr<Task> &task, bool &success, AccessType accessType, const std::string &reference,
-	    std::shared_ptr<IOMNode> &omNode, ReferenceType referenceType);
+	    std::shared_ptr<IOMNode> &omNode, ReferenceType referenceType, std::string *reason = nullptr);
 	void accessOMNodeReadOnly_yielding(const std::shared_ptr<Task> &task, bool &success, const std::string &reference,
 	    std::shared_ptr<IOMNode> &omNode, ReferenceType referenceType) const;
 	// One step: the text is an attribute, whatever characters it has.
@@ -57,11 +64,26 @@ public:
 	void accessOMNodeReadOnly_yielding(
 	    const std::shared_ptr<Task> &task, bool &success, const std::string &attribute, std::shared_ptr<IOMNode> &omNode) const;
 
-	// Reads by reference; null when there is nothing. An accessor without a node gets an empty map first.
+	// Reads by reference; null when there is no match. An accessor without a node gets an empty map first.
 	void get_yielding(
 	    const std::shared_ptr<Task> &task, std::shared_ptr<IOMNode> &omNode, const std::string &reference, ReferenceType referenceType);
-	// Stores a node by reference, by pointer. An accessor without a node gets an empty map first.
+	// Assigns by reference. An accessor without a node gets an empty map first.
 	void set_yielding(const std::shared_ptr<Task> &task, bool &success, const std::string &reference, std::shared_ptr<IOMNode> &omNode);
+
+	// --- Parsing: see ReferenceParser.
+	static std::shared_ptr<MatchNode> parseReference(const std::string &reference) { return ReferenceParser::parseReference(reference); }
+	static std::string parseReference(const std::string &reference, std::string::const_iterator &position)
+	{
+		return ReferenceParser::parseReference(reference, position);
+	}
+	static std::vector<std::string> parseReferenceSegments(const std::string &reference, std::string::const_iterator &position)
+	{
+		return ReferenceParser::parseReferenceSegments(reference, position);
+	}
+	static bool extractRegExpStr(const std::string &segment, uint64_t &minCount, uint64_t &maxCount, std::string &regExp)
+	{
+		return ReferenceParser::extractRegExpStr(segment, minCount, maxCount, regExp);
+	}
 
 	// --- Values. A target that can't be reached gives the value of nothing: false, 0, "", Undefined; -1 as bits. The first group converts,
 	// the second answers for its own type only.
@@ -123,7 +145,8 @@ public:
 	bool set(size_t index, const std::shared_ptr<IOMNode> &value);
 	bool set(const std::string &target, const std::shared_ptr<IOMNode> &value);
 	bool set(const std::shared_ptr<IOMNode> &value);
-	// Stores this very node; it comes back changed when another one had to take its place. Without a target: as above.
+	// Stores this very node at an index; it comes back changed when another one had to take its place. A text assigns its value, and it
+	// comes back as the node that was assigned to. Without a target: as above.
 	bool set(size_t index, std::shared_ptr<IOMNode> &value);
 	bool set(const std::string &target, std::shared_ptr<IOMNode> &value);
 	bool set(std::shared_ptr<IOMNode> &value);
@@ -157,16 +180,24 @@ public:
 	bool setUndefined();
 
 private:
-	// The node of a target, null when there is none.
+	// The node of a target, null when there is none or it can't be reached.
 	std::shared_ptr<IOMNode> find(size_t index) const;
 	std::shared_ptr<IOMNode> find(const std::string &target) const;
 	// The same, making what isn't there; null when that failed.
 	std::shared_ptr<IOMNode> findOrMake(size_t index);
-	std::shared_ptr<IOMNode> findOrMake(const std::string &target);
-	template <class Target>
-	bool storeNode(const Target &target, std::shared_ptr<IOMNode> &omNode);
-	template <class Target>
-	std::shared_ptr<IOMNode> findHere(const Target &target) const;
+	// Assigns a node by reference. False when it failed; `what` is how the log line names the setter then.
+	bool setByReference(const std::string &target, std::shared_ptr<IOMNode> omNode, const char *what);
+	bool assignByReference(const std::string &target, std::shared_ptr<IOMNode> &omNode);
+	std::shared_ptr<IOMNode> findHere(size_t index) const;
+	// A walk from the node. `isMatched`: whether there was a match; `omNode` is as for `accessOMNode_yielding`.
+	struct WalkResult
+	{
+		bool isSuccess = false;
+		bool isMatched = false;
+		std::string reason;
+	};
+	void walk_yielding(const std::shared_ptr<Task> &task, WalkResult &walkResult, AccessType accessType, const std::string &reference,
+	    std::shared_ptr<IOMNode> &omNode, ReferenceType referenceType) const;
 	bool makeMap();
 	bool makeArray();
 

@@ -67,22 +67,28 @@ std::string OMAccessor::stringifyNode(const std::shared_ptr<IOMNode> &omNode)
 
 // --- Nodes as values
 
-template <class Target>
-bool OMAccessor::storeNode(const Target &target, std::shared_ptr<IOMNode> &omNode)
-{
-	const bool isStored = accessOMNode(AccessType::SET, target, omNode);
-	SANITY_CHECK_AS(isStored && omNode, "accessOMNode(AccessType::SET, target, omNode)", return false);
-	return true;
-}
-
 bool OMAccessor::set(size_t index, std::shared_ptr<IOMNode> &value)
 {
-	return makeArray() && storeNode(index, value);
+	const bool isStored = makeArray() && accessOMNode(AccessType::SET, index, value);
+	SANITY_CHECK_AS(isStored && value, "accessOMNode(AccessType::SET, target, omNode)", return false);
+	return true;
 }
 
 bool OMAccessor::set(const std::string &target, std::shared_ptr<IOMNode> &value)
 {
-	return makeMap() && storeNode(target, value);
+	const bool isStored = assignByReference(target, value);
+	SANITY_CHECK_AS(isStored && value, "accessOMNode(AccessType::SET, target, omNode)", return false);
+	return true;
+}
+
+bool OMAccessor::setByReference(const std::string &target, std::shared_ptr<IOMNode> omNode, const char *what)
+{
+	if (assignByReference(target, omNode))
+	{
+		return true;
+	}
+	LOG_ERROR(std::string("SANITY_CHECK failed: 'omNode") + what + "' evaluates to false");
+	return false;
 }
 
 bool OMAccessor::set(size_t index, const std::shared_ptr<IOMNode> &value)
@@ -118,7 +124,7 @@ bool OMAccessor::set(size_t index, const char *value)
 
 bool OMAccessor::set(const std::string &target, const char *value)
 {
-	return changeTarget(findOrMake(target), "->set(str)", [&](IOMNode &omNode) { return omNode.set(value); });
+	return setByReference(target, OMStored::factory(value), "->set(str)");
 }
 
 bool OMAccessor::set(const char *value)
@@ -133,7 +139,7 @@ bool OMAccessor::set(size_t index, const std::string &value)
 
 bool OMAccessor::set(const std::string &target, const std::string &value)
 {
-	return changeTarget(findOrMake(target), "->set(str)", [&](IOMNode &omNode) { return omNode.set(value); });
+	return setByReference(target, OMStored::factory(value), "->set(str)");
 }
 
 bool OMAccessor::set(const std::string &value)
@@ -148,7 +154,7 @@ bool OMAccessor::set(size_t index, double value)
 
 bool OMAccessor::set(const std::string &target, double value)
 {
-	return changeTarget(findOrMake(target), "->set(d)", [&](IOMNode &omNode) { return omNode.set(value); });
+	return setByReference(target, OMStored::valueFactory(value != value ? Value::nan() : Value::floating(value)), "->set(d)");
 }
 
 bool OMAccessor::set(double value)
@@ -163,7 +169,7 @@ bool OMAccessor::set(size_t index, OMInt value)
 
 bool OMAccessor::set(const std::string &target, OMInt value)
 {
-	return changeTarget(findOrMake(target), "->set(i)", [&](IOMNode &omNode) { return omNode.set(value); });
+	return setByReference(target, OMStored::factory(value), "->set(i)");
 }
 
 bool OMAccessor::set(OMInt value)
@@ -178,7 +184,7 @@ bool OMAccessor::set(size_t index, bool value)
 
 bool OMAccessor::set(const std::string &target, bool value)
 {
-	return changeTarget(findOrMake(target), "->set(b)", [&](IOMNode &omNode) { return omNode.set(value); });
+	return setByReference(target, OMStored::factory(value), "->set(b)");
 }
 
 bool OMAccessor::set(bool value)
@@ -193,7 +199,7 @@ bool OMAccessor::setEmptyArray(size_t index)
 
 bool OMAccessor::setEmptyArray(const std::string &target)
 {
-	return changeTarget(findOrMake(target), "->setEmptyArray()", [](IOMNode &omNode) { return omNode.setEmptyArray(); });
+	return setByReference(target, OMStored::arrayFactory(), "->setEmptyArray()");
 }
 
 bool OMAccessor::setEmptyArray()
@@ -208,7 +214,7 @@ bool OMAccessor::setEmptyMap(size_t index)
 
 bool OMAccessor::setEmptyMap(const std::string &target)
 {
-	return changeTarget(findOrMake(target), "->setEmptyMap()", [](IOMNode &omNode) { return omNode.setEmptyMap(); });
+	return setByReference(target, OMStored::mapFactory(), "->setEmptyMap()");
 }
 
 bool OMAccessor::setEmptyMap()
@@ -223,7 +229,7 @@ bool OMAccessor::setError(size_t index)
 
 bool OMAccessor::setError(const std::string &target)
 {
-	return changeTarget(findOrMake(target), "->setError()", [](IOMNode &omNode) { return omNode.setError(); });
+	return setByReference(target, OMStored::errorFactory(), "->setError()");
 }
 
 bool OMAccessor::setError()
@@ -238,7 +244,7 @@ bool OMAccessor::setNaN(size_t index)
 
 bool OMAccessor::setNaN(const std::string &target)
 {
-	return changeTarget(findOrMake(target), "->setNaN()", [](IOMNode &omNode) { return omNode.setNaN(); });
+	return setByReference(target, OMStored::nanFactory(), "->setNaN()");
 }
 
 bool OMAccessor::setNaN()
@@ -253,7 +259,7 @@ bool OMAccessor::setNull(size_t index)
 
 bool OMAccessor::setNull(const std::string &target)
 {
-	return changeTarget(findOrMake(target), "->setNull()", [](IOMNode &omNode) { return omNode.setNull(); });
+	return setByReference(target, OMStored::nullFactory(), "->setNull()");
 }
 
 bool OMAccessor::setNull()
@@ -268,7 +274,7 @@ bool OMAccessor::setUndefined(size_t index)
 
 bool OMAccessor::setUndefined(const std::string &target)
 {
-	return changeTarget(findOrMake(target), "->setUndefined()", [](IOMNode &omNode) { return omNode.setUndefined(); });
+	return setByReference(target, OMStored::undefinedFactory(), "->setUndefined()");
 }
 
 bool OMAccessor::setUndefined()

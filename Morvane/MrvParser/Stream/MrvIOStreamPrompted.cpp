@@ -57,7 +57,7 @@ void IOStreamPrompted::showPrompt(int parsingNestLevel)
 
 void IOStreamPrompted::echo(int32_t character)
 {
-	if (!fNestedOutputStream || !fNestedInputStream->isConsole())
+	if (!fNestedOutputStream || !fNestedInputStream->isConsole() || fNestedInputStream->isEdited())
 	{
 		return;
 	}
@@ -138,6 +138,17 @@ void IOStreamPrompted::readLine_yielding(Task &task, std::string &line)
 				break;
 		}
 	}
+}
+
+void IOStreamPrompted::dropLine()
+{
+	discardBuffered();
+	if (fNestedInputStream)
+	{
+		fNestedInputStream->discardBuffered();
+	}
+	fTypedLine.clear();
+	fIsPromptShown = false;
 }
 
 void IOStreamPrompted::beginLine(const std::string &line)

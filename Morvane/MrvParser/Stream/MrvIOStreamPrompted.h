@@ -28,6 +28,8 @@ public:
 
 	// One edited line, its end included; the last one may have none. Empty at the end of the input.
 	void readLine_yielding(Task &task, std::string &line);
+	// Drops what was typed and not read yet; the next line begins with a prompt.
+	void dropLine();
 
 	bool isPrompted() const override { return true; }
 	bool isConsole() const override { return fNestedInputStream && fNestedInputStream->isConsole(); }

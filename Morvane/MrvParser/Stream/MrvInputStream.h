@@ -91,6 +91,8 @@ public:
 	virtual bool isEndOfStatement(int32_t character) const { return character == '\n' || character == '\r'; }
 	// Somebody sits at a keyboard: what belongs together is not awaited beyond the line's end.
 	virtual bool isConsole() const { return false; }
+	// The lines come with their editing done and their echo shown.
+	virtual bool isEdited() const { return false; }
 	// Writes out what an output side of the stream holds back.
 	virtual bool flushOutput() { return true; }
 

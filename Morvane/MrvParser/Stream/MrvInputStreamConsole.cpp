@@ -1,6 +1,7 @@
 #include "MrvParser/Stream/MrvInputStreamConsole.h"
 
 #include "MrvPlatform/MrvConsole.h"
+#include "MrvPlatform/MrvSignals.h"
 #include "MrvTask/MrvIInternalCoordinator.h"
 
 namespace Mrv
@@ -8,10 +9,12 @@ namespace Mrv
 InputStreamConsole::InputStreamConsole()
 {
 	Platform::console().enterKeyMode();
+	Platform::setInterruptsAreTaken(true);
 }
 
 InputStreamConsole::~InputStreamConsole()
 {
+	Platform::setInterruptsAreTaken(false);
 	Platform::console().leaveKeyMode();
 }
 
@@ -21,11 +24,11 @@ InputStream::Fetched InputStreamConsole::fetch()
 	{
 		return Fetched::END;
 	}
-	std::string key;
-	switch (Platform::console().readKey(key))
+	std::string line;
+	switch (Platform::console().readLine(line))
 	{
 		case Platform::InputState::READY:
-			append(key, Passed::DROP);
+			append(line, Passed::DROP);
 			return Fetched::MORE;
 		case Platform::InputState::NOTHING_YET:
 			return Fetched::NOTHING;

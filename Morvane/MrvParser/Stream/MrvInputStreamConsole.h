@@ -4,8 +4,8 @@
 
 namespace Mrv
 {
-// The keyboard of a terminal, key by key and without an echo: the terminal is in its key mode while the stream lives. Reading never
-// waits. Ends as soon as the coordinator is terminating, or gone.
+// The lines that a person edits at a terminal: the terminal is in its key mode while the stream lives, and Ctrl-C is an interrupt
+// (Platform::takeInterrupt) instead of a request for the end. Reading never waits. Ends as soon as the coordinator is terminating, or gone.
 class InputStreamConsole final : public InputStream
 {
 public:
@@ -13,6 +13,7 @@ public:
 	~InputStreamConsole() override;
 
 	bool isConsole() const override { return true; }
+	bool isEdited() const override { return true; }
 
 protected:
 	Fetched fetch() override;

@@ -5,6 +5,59 @@
 
 namespace Mrv
 {
+// --- By reference
+
+AccessOMNodeTask::AccessOMNodeTask(std::shared_ptr<OMAccessor> accessor, AccessType accessType, std::string path,
+    ReferenceType referenceType, std::shared_ptr<IOMNode> omNode)
+    : fAccessor(std::move(accessor)),
+      fAccessType(accessType),
+      fPath(std::move(path)),
+      fReferenceType(referenceType)
+{
+	fRetValNode = std::move(omNode);
+}
+
+bool AccessOMNodeTask::call(const std::shared_ptr<OMAccessor> &accessor, AccessType accessType, const std::string &path,
+    ReferenceType referenceType, std::shared_ptr<IOMNode> &omNode)
+{
+	return callForSuccess(omNode, accessor, accessType, path, referenceType, omNode);
+}
+
+bool AccessOMNodeTask::hasArguments() const
+{
+	SANITY_CHECK_AS(fAccessor, "accessor", return false);
+	return true;
+}
+
+void AccessOMNodeTask::timeslice()
+{
+	fAccessor->accessOMNode_yielding(shared_from_this(), fSuccess, fAccessType, fPath, fRetValNode, fReferenceType);
+}
+
+AccessOMNodeReadOnlyTask::AccessOMNodeReadOnlyTask(std::shared_ptr<OMAccessor> accessor, std::string path, ReferenceType referenceType)
+    : fAccessor(std::move(accessor)),
+      fPath(std::move(path)),
+      fReferenceType(referenceType)
+{
+}
+
+bool AccessOMNodeReadOnlyTask::call(
+    const std::shared_ptr<OMAccessor> &accessor, const std::string &path, ReferenceType referenceType, std::shared_ptr<IOMNode> &omNode)
+{
+	return callForSuccess(omNode, accessor, path, referenceType);
+}
+
+bool AccessOMNodeReadOnlyTask::hasArguments() const
+{
+	SANITY_CHECK_AS(fAccessor, "accessor", return false);
+	return true;
+}
+
+void AccessOMNodeReadOnlyTask::timeslice()
+{
+	fAccessor->accessOMNodeReadOnly_yielding(shared_from_this(), fSuccess, fPath, fRetValNode, fReferenceType);
+}
+
 // --- Through an accessor
 
 template <class Key>

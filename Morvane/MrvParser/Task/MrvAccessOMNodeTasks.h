@@ -7,6 +7,48 @@ namespace Mrv
 {
 class OMScope;
 
+// Access by path reference through an accessor: see OMAccessor. `call` gives the success and the node by reference.
+class AccessOMNodeTask final : public WrapperTask<AccessOMNodeTask>
+{
+public:
+	static constexpr const char *LOCAL_NAME = "accessOMNode";
+
+	AccessOMNodeTask(std::shared_ptr<OMAccessor> accessor, AccessType accessType, std::string path, ReferenceType referenceType,
+	    std::shared_ptr<IOMNode> omNode = nullptr);
+	// With SET `omNode` is what is assigned.
+	static bool call(const std::shared_ptr<OMAccessor> &accessor, AccessType accessType, const std::string &path,
+	    ReferenceType referenceType, std::shared_ptr<IOMNode> &omNode);
+	bool hasArguments() const;
+
+protected:
+	void timeslice() override;
+
+private:
+	std::shared_ptr<OMAccessor> fAccessor;
+	AccessType fAccessType;
+	std::string fPath;
+	ReferenceType fReferenceType;
+};
+
+class AccessOMNodeReadOnlyTask final : public WrapperTask<AccessOMNodeReadOnlyTask>
+{
+public:
+	static constexpr const char *LOCAL_NAME = "accessOMNodeReadOnly";
+
+	AccessOMNodeReadOnlyTask(std::shared_ptr<OMAccessor> accessor, std::string path, ReferenceType referenceType);
+	static bool call(const std::shared_ptr<OMAccessor> &accessor, const std::string &path, ReferenceType referenceType,
+	    std::shared_ptr<IOMNode> &omNode);
+	bool hasArguments() const;
+
+protected:
+	void timeslice() override;
+
+private:
+	std::shared_ptr<OMAccessor> fAccessor;
+	std::string fPath;
+	ReferenceType fReferenceType;
+};
+
 // Access to a child in one step, by attribute (Key is std::string) or by index (size_t). `call` gives the success and the node by
 // reference: null with success where there is no such child.
 

@@ -7,8 +7,9 @@
 namespace Mrv
 {
 CallNodeAsFunctionTask::CallNodeAsFunctionTask(std::shared_ptr<IOMNode> functionNode, std::shared_ptr<OMScope> scope,
-    const ArgumentList &arguments, const std::shared_ptr<IOMNode> &thisNode)
-    : fWrapped_this(std::move(functionNode)),
+    const ArgumentList &arguments, const std::shared_ptr<IOMNode> &thisNode, int64_t timeoutMicroseconds)
+    : WrapperTask(timeoutMicroseconds),
+      fWrapped_this(std::move(functionNode)),
       fScope(std::move(scope)),
       fThisValue(thisNode ? Value::nodeItself(thisNode) : Value::lazy())
 {

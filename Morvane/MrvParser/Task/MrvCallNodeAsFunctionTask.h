@@ -16,7 +16,7 @@ public:
 
 	// arguments: null for none. thisNode: what `this` is; null for the node of the scope.
 	CallNodeAsFunctionTask(std::shared_ptr<IOMNode> functionNode, std::shared_ptr<OMScope> scope, const ArgumentList &arguments,
-	    const std::shared_ptr<IOMNode> &thisNode = nullptr);
+	    const std::shared_ptr<IOMNode> &thisNode = nullptr, int64_t timeoutMicroseconds = NO_TIMEOUT);
 	bool hasArguments() const { return true; }
 
 protected:

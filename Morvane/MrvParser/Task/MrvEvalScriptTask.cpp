@@ -25,12 +25,12 @@ std::shared_ptr<EvalScriptTask> EvalScriptTask::factory(
 }
 
 std::shared_ptr<EvalScriptTask> EvalScriptTask::streamFactory(const std::shared_ptr<OMScope> &scope, std::shared_ptr<InputStream> stream,
-    const std::string &sourceName, HandleReturnValue handleReturnValue)
+    const std::string &sourceName, HandleReturnValue handleReturnValue, const std::string &address)
 {
 	SANITY_CHECK(scope, return nullptr);
 	auto task = std::make_shared<EvalScriptTask>(scope, handleReturnValue);
-	task->fSource =
-	    ScriptEvaluation::Source{std::move(stream), std::make_unique<ParseContext>(sourceName, ParseContext::FirstLine::MAY_BE_DIRECTIVE)};
+	task->fSource = ScriptEvaluation::Source{
+	    std::move(stream), std::make_unique<ParseContext>(sourceName, ParseContext::FirstLine::MAY_BE_DIRECTIVE), address};
 	registerTask(task);
 	return task;
 }

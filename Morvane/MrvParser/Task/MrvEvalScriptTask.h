@@ -14,9 +14,10 @@ class EvalScriptTask final : public Task
 public:
 	static std::shared_ptr<EvalScriptTask> factory(
 	    const std::shared_ptr<OMScope> &scope, const std::string &scriptFilePath, HandleReturnValue handleReturnValue);
-	// sourceName: what messages call the text. A first line that begins with `#!` is passed over.
+	// sourceName: what messages call the text. A first line that begins with `#!` is passed over. address: where it is to be run once it
+	// is parsed; empty: here.
 	static std::shared_ptr<EvalScriptTask> streamFactory(const std::shared_ptr<OMScope> &scope, std::shared_ptr<InputStream> stream,
-	    const std::string &sourceName, HandleReturnValue handleReturnValue);
+	    const std::string &sourceName, HandleReturnValue handleReturnValue, const std::string &address = {});
 	// Runs it to its end; the value, or null.
 	static std::shared_ptr<IOMNode> call(
 	    const std::shared_ptr<OMScope> &scope, const std::string &scriptFilePath, HandleReturnValue handleReturnValue);

@@ -8,18 +8,20 @@
 
 namespace Mrv
 {
-ParseAndEvalStreamTask::ParseAndEvalStreamTask(std::shared_ptr<OMScope> scope, const std::shared_ptr<IOStreamPrompted> &stream)
+ParseAndEvalStreamTask::ParseAndEvalStreamTask(
+    std::shared_ptr<OMScope> scope, const std::shared_ptr<IOStreamPrompted> &stream, std::string address)
     : Task(NO_TIMEOUT, stream),
-      fScope(std::move(scope))
+      fScope(std::move(scope)),
+      fAddress(std::move(address))
 {
 }
 
 std::shared_ptr<ParseAndEvalStreamTask> ParseAndEvalStreamTask::factory(
-    const std::shared_ptr<OMScope> &scope, const std::shared_ptr<IOStreamPrompted> &stream)
+    const std::shared_ptr<OMScope> &scope, const std::shared_ptr<IOStreamPrompted> &stream, const std::string &address)
 {
 	SANITY_CHECK(scope, return nullptr);
 	SANITY_CHECK_AS(stream, "ioStream", return nullptr);
-	auto task = std::make_shared<ParseAndEvalStreamTask>(scope, stream);
+	auto task = std::make_shared<ParseAndEvalStreamTask>(scope, stream, address);
 	registerTask(task);
 	return task;
 }
@@ -36,6 +38,6 @@ void ParseAndEvalStreamTask::exit()
 
 void ParseAndEvalStreamTask::timeslice()
 {
-	parseAndEvalStream_yielding(*this, fSuccess, fScope);
+	parseAndEvalStream_yielding(*this, fSuccess, fScope, fAddress);
 }
 }

@@ -2,6 +2,8 @@
 
 #include "MrvTask/MrvTask.h"
 
+#include <string>
+
 namespace Mrv
 {
 class IOStreamPrompted;
@@ -12,10 +14,11 @@ class OMScope;
 class ParseAndEvalStreamTask final : public Task
 {
 public:
+	// address: where the statements are run; empty: here.
 	static std::shared_ptr<ParseAndEvalStreamTask> factory(
-	    const std::shared_ptr<OMScope> &scope, const std::shared_ptr<IOStreamPrompted> &stream);
+	    const std::shared_ptr<OMScope> &scope, const std::shared_ptr<IOStreamPrompted> &stream, const std::string &address = {});
 
-	ParseAndEvalStreamTask(std::shared_ptr<OMScope> scope, const std::shared_ptr<IOStreamPrompted> &stream);
+	ParseAndEvalStreamTask(std::shared_ptr<OMScope> scope, const std::shared_ptr<IOStreamPrompted> &stream, std::string address);
 	void exit() override;
 
 protected:
@@ -23,5 +26,6 @@ protected:
 
 private:
 	std::shared_ptr<OMScope> fScope;
+	std::string fAddress;
 };
 }

@@ -7,25 +7,38 @@
 
 namespace Mrv
 {
-ParseTask::ParseTask(std::shared_ptr<OMStored> target, std::string text)
-    : Task(NO_TIMEOUT),
+namespace
+{
+ScriptEvaluation::Source sourceOf(std::string text)
+{
+	return {std::make_shared<InputStreamString>(std::move(text)), std::make_unique<ParseContext>("text")};
+}
+}
+
+ParseTask::ParseTask(std::shared_ptr<OMStored> target, ScriptEvaluation::Source source, int64_t timeoutMicroseconds)
+    : Task(timeoutMicroseconds),
       fTarget(std::move(target)),
-      fStream(std::make_shared<InputStreamString>(std::move(text))),
-      fContext("text")
+      fSource(std::move(source))
 {
 }
 
 std::shared_ptr<ParseTask> ParseTask::factory(const std::shared_ptr<OMStored> &target, std::string text)
 {
+	return sourceFactory(target, sourceOf(std::move(text)), NO_TIMEOUT);
+}
+
+std::shared_ptr<ParseTask> ParseTask::sourceFactory(
+    const std::shared_ptr<OMStored> &target, ScriptEvaluation::Source source, int64_t timeoutMicroseconds)
+{
 	SANITY_CHECK(target, return nullptr);
-	auto task = std::make_shared<ParseTask>(target, std::move(text));
+	auto task = std::make_shared<ParseTask>(target, std::move(source), timeoutMicroseconds);
 	registerTask(task);
 	return task;
 }
 
-bool ParseTask::call(const std::shared_ptr<OMStored> &target, std::string text)
+bool ParseTask::call(const std::shared_ptr<OMStored> &target, std::string text, int64_t timeoutMicroseconds)
 {
-	const auto parse = factory(target, std::move(text));
+	const auto parse = sourceFactory(target, sourceOf(std::move(text)), timeoutMicroseconds);
 	SANITY_CHECK_AS(parse, "task", return false);
 	SANITY_CHECK(parse->runToCompletion(), return false);
 	return parse->isSuccess();
@@ -51,8 +64,8 @@ void ParseTask::timeslice()
 		switch (frame.at<At>())
 		{
 			case START:
-				frame.call(
-				    PARSED, [&] { Parser::parseExpressionList_yielding(*this, frame->isParsed, frame->program, *fStream, fContext); });
+				frame.call(PARSED, [&]
+				    { Parser::parseExpressionList_yielding(*this, frame->isParsed, frame->program, *fSource.stream, *fSource.context); });
 				break;
 			case PARSED:
 				fSuccess = fTarget->setValue(frame->isParsed ? std::move(frame->program) : Value()) && frame->isParsed;

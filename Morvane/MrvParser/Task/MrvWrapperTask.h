@@ -33,7 +33,7 @@ public:
 	}
 
 protected:
-	WrapperTask() : Task(NO_TIMEOUT) {}
+	explicit WrapperTask(int64_t timeoutMicroseconds = NO_TIMEOUT) : Task(timeoutMicroseconds) {}
 
 	// Makes the task and runs it to its end, while the other active tasks are served. Null, and a log line, when it could not run.
 	template <class... Arguments>

@@ -34,7 +34,7 @@ protected:
 
 TEST_F(OMAccessorTest, ReadsByTextByIndexAndOfItself)
 {
-	const OMAccessor map = parse("{i: 12, f: 1.5, s: '7', b: true, a: [1, 'x'], 'k/[1]': 3}");
+	const OMAccessor map = parse("{i: 12, f: 1.5, s: '7', b: true, a: [1, 'x'], 'k/[1]': 3, n: {x: [4, undefined]}}");
 	EXPECT_EQ(map.getInt("i"), 12);
 	EXPECT_EQ(map.getFloat("f"), 1.5);
 	EXPECT_EQ(map.getString("s"), "7");
@@ -45,7 +45,14 @@ TEST_F(OMAccessorTest, ReadsByTextByIndexAndOfItself)
 	EXPECT_TRUE(map.getAsBool("a"));
 	EXPECT_EQ(map.getAsString("a"), "1,x");
 	EXPECT_EQ(map.getSize("a"), 2U);
-	EXPECT_EQ(map.getSize(), 6U);
+	EXPECT_EQ(map.getSize(), 7U);
+	EXPECT_EQ(map.getInt("=k\\/\\[1]"), 3);
+	EXPECT_EQ(map.getInt("/n/x[0]"), 4);
+	EXPECT_EQ(map.getInt("count()/*.*/$^[xi]$"), 2);
+	EXPECT_EQ(map.getSize("+^.$"), 11U) << "several matches are an array";
+	EXPECT_EQ(map.getAsString("n/x/1"), "undefined");
+	EXPECT_EQ(map.getAsString("n/x/2"), "");
+	EXPECT_TRUE(std::isnan(map.getAsNum("n/x/1")));
 	EXPECT_EQ(map.getType("f"), OMType::Float);
 	EXPECT_EQ(map.getType(), OMType::Map);
 	EXPECT_EQ(map.typeOf("b"), "boolean");
@@ -203,13 +210,13 @@ TEST_F(OMAccessorTest, YieldingAccess)
 		EXPECT_EQ(node, nullptr);
 		EXPECT_EQ(accessor.getType(), OMType::Map) << "an accessor without a node gets a map";
 		node = OMStored::factory("value");
-		const auto given = node;
 		EXPECT_TRUE(run([&](const std::shared_ptr<Task> &task, bool &success) { accessor.set_yielding(task, success, "key", node); }));
-		EXPECT_EQ(accessor.getAccessorNode()->getOMNode("key"), given);
+		const auto stored = node;
+		EXPECT_EQ(accessor.getAccessorNode()->getOMNode("key"), stored) << "what was given comes back as the node that holds it";
 		run([&](const std::shared_ptr<Task> &task, bool &)
 		    { accessor.get_yielding(task, node, "key", ReferenceType::OM_REF_SELECTOR_ARRAY); });
 		EXPECT_EQ(node->toString(), "[\"value\"]");
-		EXPECT_EQ(node->getOMNode(0), given);
+		EXPECT_EQ(node->getOMNode(0), stored);
 
 		accessor.setAccessorNode(nullptr);
 		EXPECT_FALSE(run(

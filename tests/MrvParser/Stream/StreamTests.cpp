@@ -7,6 +7,7 @@
 #include "MrvParser/Stream/MrvOutputStreamStdOut.h"
 #include "MrvParser/Stream/MrvOutputStreamString.h"
 #include "MrvPlatform/MrvFileSystem.h"
+#include "MrvPlatform/MrvSignals.h"
 #include "support/MemoryConsole.h"
 #include "support/MrvTestCoordinator.h"
 #include "support/TestLog.h"
@@ -223,27 +224,50 @@ TEST_F(StreamTest, ConsoleNeverWaits)
 	fConsole.inputEnds = false;
 	{
 		InputStreamConsole stream;
-		EXPECT_TRUE(fConsole.isInKeyMode);
+		EXPECT_TRUE(fConsole.keyMode);
 		EXPECT_EQ(stream.getChar(), InputStream::NOTHING_YET);
-		fConsole.input = "k";
+		fConsole.input = "kx\b";
+		EXPECT_EQ(stream.getChar(), InputStream::NOTHING_YET) << "lines come as a whole";
+		EXPECT_TRUE(fConsole.interruptKeyIsInput);
+		fConsole.input = "\r";
 		EXPECT_EQ(stream.getChar(), 'k');
+		EXPECT_FALSE(fConsole.interruptKeyIsInput);
+		stream.advance();
+		EXPECT_EQ(stream.getChar(), '\n');
 		stream.advance();
 		fConsole.inputEnds = true;
 		EXPECT_EQ(stream.getChar(), InputStream::END_OF_INPUT);
 		fConsole.input = "more";
 		EXPECT_EQ(stream.getChar(), InputStream::END_OF_INPUT);
 	}
-	EXPECT_FALSE(fConsole.isInKeyMode);
+	EXPECT_FALSE(fConsole.keyMode);
 }
+
+// A keyboard that leaves editing and echo to others.
+class Keys final : public InputStream
+{
+public:
+	explicit Keys(std::string keys) : fKeys(std::move(keys)) {}
+	bool isConsole() const override { return true; }
+
+protected:
+	Fetched fetch() override
+	{
+		append(std::exchange(fKeys, {}), Passed::DROP);
+		return hasBuffered() ? Fetched::MORE : Fetched::END;
+	}
+
+private:
+	std::string fKeys;
+};
 
 TEST_F(StreamTest, PromptedLineIsEditedAndEchoed)
 {
-	fConsole.isATerminal = true;
-	fConsole.input = "\x08"
-	                 "ab\x7F"
-	                 "c\rd";
 	const auto output = std::make_shared<OutputStreamString>();
-	IOStreamPrompted stream(std::make_shared<InputStreamConsole>(), output);
+	IOStreamPrompted stream(std::make_shared<Keys>("\x08"
+	                                               "ab\x7F"
+	                                               "c\rd"),
+	    output);
 	EXPECT_TRUE(stream.isConsole());
 	EXPECT_TRUE(stream.isPrompted());
 	std::string line;
@@ -263,6 +287,25 @@ TEST_F(StreamTest, PromptedLineIsEditedAndEchoed)
 	EXPECT_EQ(output->getText(), "> ab\b \bc\r\n. d");
 	EXPECT_TRUE(stream.write("!"));
 	EXPECT_EQ(output->getText().back(), '!');
+}
+
+TEST_F(StreamTest, ALineThatIsDroppedBeginsAnewWithAPrompt)
+{
+	fConsole.isATerminal = true;
+	fConsole.inputEnds = false;
+	const auto output = std::make_shared<OutputStreamString>();
+	IOStreamPrompted stream(std::make_shared<InputStreamConsole>(), output);
+	fConsole.input = "ab\x03";
+	EXPECT_EQ(stream.getChar(), InputStream::NOTHING_YET);
+	EXPECT_TRUE(Platform::takeInterrupt());
+	EXPECT_FALSE(Platform::takeInterrupt());
+	EXPECT_EQ(stream.getChar(), InputStream::NOTHING_YET);
+	EXPECT_EQ(output->getText(), "> ");
+	stream.dropLine();
+	fConsole.input = "c\r";
+	EXPECT_EQ(stream.getChar(), 'c');
+	EXPECT_EQ(output->getText(), "> > ");
+	EXPECT_EQ(fConsole.output, "ab^C\r\nc\r\n");
 }
 
 TEST_F(StreamTest, PromptedStreamKeepsToTheLine)

@@ -2,24 +2,15 @@
 #include "MrvParser/Node/MrvConversions.h"
 #include "MrvParser/Node/MrvOMStored.h"
 #include "MrvParser/Node/MrvOperations.h"
+#include "support/SmallStack.h"
 #include "support/TestLog.h"
 
 #include <gtest/gtest.h>
-
-#include <pthread.h>
 
 namespace Mrv::Test
 {
 namespace
 {
-#ifdef __has_feature
-constexpr bool IS_SANITIZED = __has_feature(address_sanitizer);
-#else
-constexpr bool IS_SANITIZED = false;
-#endif
-// What a Windows host gives its threads; sanitizers need several times as much for everything.
-constexpr size_t SMALL_STACK = (IS_SANITIZED ? 8 : 1) * 1024 * 1024;
-
 Value nest(size_t levels)
 {
 	Value value = Value::integer(1);
@@ -32,7 +23,7 @@ Value nest(size_t levels)
 	return value;
 }
 
-void *walkDeepValues(void *)
+void walkDeepValues(const void *)
 {
 	const Value deep = nest(1000);
 	EXPECT_EQ(toString(deep).size(), 2001U);
@@ -50,18 +41,11 @@ void *walkDeepValues(void *)
 	EXPECT_LOG("nesting limit reached");
 	EXPECT_FALSE(OMStored::valueFactory(tooDeep)->setIsDataStructure(true));
 	EXPECT_LOG("nesting limit reached");
-	return nullptr;
 }
 }
 
-TEST(DepthPosixTest, ASmallStackIsEnoughForAThousandLevels)
+TEST(DepthTest, ASmallStackIsEnoughForAThousandLevels)
 {
-	pthread_attr_t attributes;
-	pthread_t thread{};
-	ASSERT_EQ(pthread_attr_init(&attributes), 0);
-	ASSERT_EQ(pthread_attr_setstacksize(&attributes, SMALL_STACK), 0);
-	ASSERT_EQ(pthread_create(&thread, &attributes, &walkDeepValues, nullptr), 0);
-	ASSERT_EQ(pthread_join(thread, nullptr), 0);
-	pthread_attr_destroy(&attributes);
+	runOnSmallStack(&walkDeepValues, nullptr);
 }
 }

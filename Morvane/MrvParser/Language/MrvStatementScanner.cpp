@@ -1,6 +1,6 @@
 // A state for each kind of text, a function for each state. A line end behind a comment or a directive is left to the state CODE, which
 // alone decides whether a statement ends there.
-#include "MrvParser/Task/MrvStatementScanner.h"
+#include "MrvParser/Language/MrvStatementScanner.h"
 
 #include "MrvUtils/MrvUtils.h"
 
