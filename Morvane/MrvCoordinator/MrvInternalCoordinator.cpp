@@ -1,8 +1,18 @@
 // The life of the coordinator: coming into being, start, orderly end, release.
 #include "MrvCoordinator/MrvInternalCoordinator.h"
 
+#include "MrvAddress/MrvAddress_abstract.h"
 #include "MrvCoordinator/MrvMainTaskTimesliceTask.h"
+#include "MrvCoordinator/MrvSiblingCoordinator.h"
+#include "MrvCoordinator/MrvSiblingDirectory.h"
+#include "MrvData/MrvDataNull.h"
+#include "MrvData/MrvDataOM.h"
+#include "MrvData/MrvDataString.h"
+#include "MrvEvent/MrvEvent.h"
 #include "MrvLogger/MrvChecks.h"
+#include "MrvMessage/MrvMessage.h"
+#include "MrvParser/Builtin/MrvOpenedFile.h"
+#include "MrvParser/FileSystem/MrvOMExpressionFileSystem.h"
 #include "MrvParser/Language/MrvOMScope.h"
 #include "MrvParser/Node/MrvArrayContainer.h"
 #include "MrvParser/Node/MrvContainerRelease.h"
@@ -12,34 +22,47 @@
 #include "MrvParser/Stream/MrvInputStreamString.h"
 #include "MrvParser/Stream/MrvOutputStreamStdOut.h"
 #include "MrvParser/Task/MrvEvalScriptTask.h"
+#include "MrvPipes/MrvReadPipe.h"
+#include "MrvPipes/MrvWritePipe.h"
 #include "MrvPlatform/MrvClock.h"
-#include "MrvPlatform/MrvEnvironment.h"
-#include "MrvPlatform/MrvFileSystem.h"
-#include "MrvPlatform/MrvProcess.h"
-#include "MrvUtils/MrvDirs.h"
+#include "MrvSerializer/MrvSimpleSerializer.h"
+#include "MrvService/MrvServiceLog.h"
+#include "MrvService/MrvServiceNull.h"
+#include "MrvService/MrvServiceOM.h"
+#include "MrvService/MrvServicePing.h"
 #include "MrvUtils/MrvUtils.h"
-
-#include <algorithm>
-#include <cctype>
 
 namespace Mrv
 {
 const std::string InternalCoordinator::TYPENAME = "InternalCoordinator";
 const std::string InternalCoordinator::MAIN_NAME = "net.morvane.coordinator.main";
+const std::string InternalCoordinator::LAUNCHED_VARIABLE = "MORVANE_LAUNCHED_BY";
 
 std::shared_ptr<InternalCoordinator> InternalCoordinator::sInstance;
 bool InternalCoordinator::sIsClosing = false;
 CoordinatorSettings InternalCoordinator::fSettings;
 std::vector<std::string> InternalCoordinator::fLaunchArgs;
-std::function<std::shared_ptr<OMScope>()> InternalCoordinator::fScopeFactory;
+InternalCoordinator::ScopeFactory InternalCoordinator::fScopeFactory;
+std::shared_ptr<OMScope> InternalCoordinator::fDefaultScope;
 std::shared_ptr<OMScope> InternalCoordinator::fCoordinatorScope;
 std::shared_ptr<IOStreamPrompted> InternalCoordinator::fInputStream;
 InternalCoordinator::InputKind InternalCoordinator::fInputKind = InputKind::EMPTY;
 bool InternalCoordinator::fIsTerminating = false;
+int64_t InternalCoordinator::fEndOverdueTime = 0;
+std::string InternalCoordinator::fLaunchLogPath;
 bool InternalCoordinator::fCanTerminate = true;
 bool InternalCoordinator::fIsEmbedded = false;
+bool InternalCoordinator::fIsNameGiven = false;
 bool InternalCoordinator::fIsInited = false;
 bool InternalCoordinator::fIsInEventLoop = false;
+ConfigurationStack InternalCoordinator::fConfigStack;
+std::string InternalCoordinator::fConfigFilePath;
+ConfigurationStack::Map InternalCoordinator::fURLMap;
+ConfigurationStack::Map InternalCoordinator::fCoordinatorMap;
+ConfigurationStack::Map InternalCoordinator::fHostMap;
+std::map<std::string_view, std::string> InternalCoordinator::fSettingSources;
+std::string InternalCoordinator::fSysConfigFolderPath;
+std::string InternalCoordinator::fPipeFolderPath;
 std::string InternalCoordinator::fSessionDataFolderPath;
 uint64_t InternalCoordinator::fEventLoopCycles = 0;
 uint64_t InternalCoordinator::sCoordinatorCycles = 0;
@@ -50,38 +73,6 @@ bool InternalCoordinator::sAreThresholdsStale = true;
 int64_t InternalCoordinator::sSleepThresholds[3] = {};
 InternalCoordinator::MainState InternalCoordinator::sIsMainCoordinator = MainState::UNKNOWN;
 
-namespace
-{
-constexpr int64_t NANOSECONDS_PER_MICROSECOND = 1000;
-constexpr size_t MAX_PROCESS_ID_TEXT = 32; // more than any process id has digits
-
-std::string readSmallFile(const std::string &path)
-{
-	std::FILE *file = Platform::openFile(path, Platform::OpenMode::READ);
-	if (!file)
-	{
-		return {};
-	}
-	char bytes[MAX_PROCESS_ID_TEXT];
-	const size_t count = std::fread(bytes, 1, sizeof bytes, file);
-	std::fclose(file);
-	return {bytes, count};
-}
-
-// Others poll such files: they are written beside and moved into place.
-bool writeSmallFile(const std::string &path, const std::string &text)
-{
-	const std::string temporary = path + ".new";
-	std::FILE *file = Platform::openFile(temporary, Platform::OpenMode::WRITE);
-	if (!file)
-	{
-		return false;
-	}
-	const bool isWritten = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-	return std::fclose(file) == 0 && isWritten && Platform::renameReplacing(temporary, path);
-}
-}
-
 // --- The singleton
 
 std::shared_ptr<IObject> InternalCoordinator::factory()
@@ -90,8 +81,33 @@ std::shared_ptr<IObject> InternalCoordinator::factory()
 	{
 		sInstance = std::shared_ptr<InternalCoordinator>(new InternalCoordinator(), InternalCoordinator::deleter);
 		sInstance->registerObjectID(sInstance);
+		setProviders();
+		sInstance->listenToAnswers();
+		createServices();
 	}
 	return sInstance;
+}
+
+// They attach themselves, so they find the singleton made.
+void InternalCoordinator::createServices()
+{
+	ServiceNull::factory();
+	ServicePing::factory();
+	ServiceLog::factory();
+	const std::shared_ptr<OMScope> sampleScope = OMScope::factory();
+	Environment &sample = sampleScope->getEnvironment();
+	sample.create(Name("abc")) = Value::string("sampleValue");
+	sample.create(Name("def")) = Value::string("a");
+	ServiceOM::factoryFromNameOMScope("sample.test", sampleScope);
+	ServiceOM::factoryFromNameOMScope(ServiceOM::DEFAULT_NAME, getDefaultScope());
+}
+
+void InternalCoordinator::setProviders()
+{
+	IRoutingCoordinator::setProvider([]() -> IRoutingCoordinator * { return instance().get(); });
+	IMessagingCoordinator::setProvider([]() -> IMessagingCoordinator * { return instance().get(); });
+	IRemoteScripts::setProvider([]() -> IRemoteScripts * { return instance().get(); });
+	setPipeCoordinator(true);
 }
 
 std::shared_ptr<InternalCoordinator> InternalCoordinator::instance()
@@ -126,7 +142,21 @@ bool InternalCoordinator::registerDeregisterClass(RegisterDeregister registerDer
 
 namespace
 {
-constexpr bool (*CLASSES[])(RegisterDeregister) = {InternalCoordinator::registerDeregisterClass};
+constexpr bool (*CLASSES[])(RegisterDeregister) = {
+    InternalCoordinator::registerDeregisterClass,
+    SimpleSerializer::registerDeregisterClass,
+    DataNull::registerDeregisterClass,
+    DataString::registerDeregisterClass,
+    DataOM::registerDeregisterClass,
+    Address_abstract::registerDeregisterClasses,
+    Message::registerDeregisterClass,
+    Event::registerDeregisterClass,
+    ServiceNull::registerDeregisterClass,
+    ServicePing::registerDeregisterClass,
+    ServiceLog::registerDeregisterClass,
+    ServiceOM::registerDeregisterClass,
+    SiblingCoordinator::registerDeregisterClass,
+};
 }
 
 bool InternalCoordinator::registerObjectClasses()
@@ -165,6 +195,7 @@ bool InternalCoordinator::setName(const std::string &name)
 		return false;
 	}
 	fSettings.coordinatorName = Utils::normaliseCoordinatorName(name);
+	fIsNameGiven = !name.empty();
 	return true;
 }
 
@@ -179,41 +210,12 @@ bool InternalCoordinator::setIsEmbedded(bool isEmbedded)
 	return true;
 }
 
-void InternalCoordinator::readConfigurationNode()
-{
-	fSettings.configurationNodeSuffix.clear();
-	const std::string node = Platform::environmentVariable("MORVANE_CONFIG_NODE_NAME").value_or("");
-	std::string lower = node;
-	std::transform(
-	    lower.begin(), lower.end(), lower.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 'a' - 'A') : c; });
-	if (!node.empty() && lower != "localhost" && lower != "127.0.0.1" && lower != "::1")
-	{
-		fSettings.configurationNodeSuffix = "." + node;
-	}
-}
-
-void InternalCoordinator::applyLoggerSettings()
-{
-	const auto logger = getCurrentLogger();
-	if (!logger)
-	{
-		return;
-	}
-	logger->setLogLevel(static_cast<int32_t>(fSettings.logLevel));
-	if (!fSettings.logFile.empty())
-	{
-		logger->setLogFilePath(fSettings.logFile);
-	}
-}
-
 bool InternalCoordinator::init(int argc, char **argv)
 {
 	sIsClosing = false;
 	Object::createMaps();
 	IInternalCoordinator::setProvider(&InternalCoordinator::provide);
-	readConfigurationNode();
-	SANITY_CHECK_AS(parseCommandLineArgs(argc, argv), "parseCommandLineArgs(argc, argv)", return false);
-	applyLoggerSettings();
+	SANITY_CHECK_AS(configure(argc, argv), "parseCommandLineArgs(argc, argv)", return false);
 	SANITY_CHECK_AS(registerObjectClasses(), "registerObjectClasses()", return false);
 	const auto coordinator = instance();
 	GUIDClass *guid = coordinator->createGUID();
@@ -224,18 +226,30 @@ bool InternalCoordinator::init(int argc, char **argv)
 	{
 		return true; // only the version was asked for
 	}
+	applyMessagingSettings();
 	const std::string &name = fSettings.coordinatorName;
-	if (!name.empty())
+	if (name.empty())
+	{
+		giveNameIfUnnamed();
+	}
+	else
 	{
 		if (!Utils::isCoordinatorName(name))
 		{
 			LOG_ERROR("invalid coordinator name: " + name);
 			return false;
 		}
-		if (!publishProcessId())
+		if (!coordinator->publishProcessId())
 		{
 			return false;
 		}
+		// A run that crashed may have left one.
+		SANITY_CHECK_AS(coordinator->destroyNamedPipe(), "internalCoordinator->destroyNamedPipe()", return false);
+		coordinator->fHasInputNamedPipe = true;
+	}
+	if (!coordinator->fSiblings)
+	{
+		coordinator->fSiblings = std::make_shared<SiblingDirectory>();
 	}
 	coordinator->fMainTask = MainTaskTimesliceTask::factory();
 	SANITY_CHECK_AS(coordinator->fMainTask, "internalCoordinator->fMainTask", return false);
@@ -252,80 +266,6 @@ bool InternalCoordinator::runStartupScript()
 	SANITY_CHECK_AS(task->runToCompletion(), "evalScriptTask->runToCompletion()", return false);
 	LOG_TRACE("startup script task completed: " + fSettings.startupScriptFile);
 	return true;
-}
-
-// --- The published process id
-
-const std::string &InternalCoordinator::getSessionDataFolderPath()
-{
-	if (fSessionDataFolderPath.empty())
-	{
-		const std::string &base = Dirs::getUserDataPath();
-		if (!base.empty())
-		{
-			const std::string separator(1, Platform::pathSeparator());
-			std::string path = base;
-			path += "net.morvane" + separator + "SessionData" + separator;
-			SANITY_CHECK_AS(Dirs::mkDir(path, DirRecurse::RECURSE), "Dirs::mkDir(fSessionDataFolderPath, DirRecurse::RECURSE)",
-			    return fSessionDataFolderPath);
-			fSessionDataFolderPath = path;
-		}
-	}
-	return fSessionDataFolderPath;
-}
-
-std::string InternalCoordinator::getProcessIdFilePath(const std::string &coordinatorName)
-{
-	const std::string &folder = getSessionDataFolderPath();
-	return folder.empty() || coordinatorName.empty() ? std::string() : folder + coordinatorName + ".pid";
-}
-
-int64_t InternalCoordinator::getPublishedProcessId(const std::string &coordinatorName)
-{
-	const std::string path = getProcessIdFilePath(coordinatorName);
-	int64_t processId = 0;
-	const std::string text = path.empty() ? std::string() : Utils::trim(readSmallFile(path));
-	return Utils::isNumeric(text) && Utils::toInt64(text, processId) && processId <= UINT32_MAX ? processId : 0;
-}
-
-bool InternalCoordinator::publishProcessId()
-{
-	const int64_t processId = getPublishedProcessId(fSettings.coordinatorName);
-	LOG_TRACE("processId = " + std::to_string(processId));
-	const int64_t ownId = Platform::currentProcessId();
-	// One's own number is what a run before this one has left behind.
-	SANITY_CHECK_AS(processId == 0 || processId == ownId || !Platform::isProcessRunning(static_cast<Platform::ProcessId>(processId)),
-	    "processId == 0 || ! Process::isRunning(processId)", return false);
-	const std::string path = getProcessIdFilePath(fSettings.coordinatorName);
-	SANITY_CHECK_AS(!path.empty() && writeSmallFile(path, std::to_string(ownId)), "publishProcessId()", return false);
-	return true;
-}
-
-bool InternalCoordinator::destroySessionData()
-{
-	const std::string &name = fSettings.coordinatorName;
-	if (!name.empty() && getPublishedProcessId(name) == Platform::currentProcessId())
-	{
-		return Platform::removeFile(getProcessIdFilePath(name));
-	}
-	return true;
-}
-
-// Looked at from time to time only: it is a file.
-bool InternalCoordinator::isStillPublished()
-{
-	const int64_t now = Platform::steadyNanoseconds();
-	if (now >= fNextPublishedCheck)
-	{
-		fNextPublishedCheck = now + fSettings.scanActiveSiblingsIntervalMicroseconds * NANOSECONDS_PER_MICROSECOND;
-		const bool isPublished = getPublishedProcessId(fSettings.coordinatorName) == Platform::currentProcessId();
-		if (fIsStillPublished && !isPublished)
-		{
-			LOG_ERROR("published pid has changed; another coordinator node has taken over. Terminating");
-		}
-		fIsStillPublished = isPublished;
-	}
-	return fIsStillPublished;
 }
 
 bool InternalCoordinator::isMainCoordinator()
@@ -352,8 +292,17 @@ bool InternalCoordinator::terminate()
 		LOG_ERROR("cannot terminate - fCanTerminate is false");
 		return false;
 	}
+	if (!fIsTerminating)
+	{
+		fEndOverdueTime = timePointAfter(Platform::steadyNanoseconds(), fSettings.delayQuitMicroseconds);
+	}
 	fIsTerminating = true;
 	return true;
+}
+
+bool InternalCoordinator::isEndOverdue()
+{
+	return fIsTerminating && fEndOverdueTime != Task::kNoTimePoint && fEndOverdueTime < Platform::steadyNanoseconds();
 }
 
 bool InternalCoordinator::isTerminating()
@@ -368,26 +317,38 @@ bool InternalCoordinator::isTerminatingAndIdle()
 
 bool InternalCoordinator::deregisterObject()
 {
+	SANITY_CHECK(destroyNamedPipe(), return false);
 	SANITY_CHECK(destroySessionData(), return false);
-	return Object::deregisterObject();
+	if (!fMessageQueue.empty())
+	{
+		LOG_NOTE("message queue not empty");
+		fMessageQueue.clear();
+	}
+	fRoutingTable.clear();
+	SANITY_CHECK_AS(deregisterPendingTasks(), "internalCoordinator->deregisterPendingTasks()", static_cast<void>(0));
+	return Service_abstract::deregisterObject();
 }
 
 void InternalCoordinator::releaseInstance()
 {
 	Task::exitAllTasks(sInstance->fMainTask.get());
 	sIsClosing = true;
-	if (fIsInited && !fSettings.coordinatorName.empty())
-	{
-		sInstance->destroySessionData();
-	}
+	sInstance->releaseServiceScopes();
+	sInstance->deregisterObject();
 	sInstance->fMainTask.reset();
+	WritePipe::closeAll();
+	ReadPipe::closeAll();
+	sInstance->fSiblings.reset();
+	setPipeCoordinator(false);
 	Task::releaseAll();
+	OpenedFile::closeAll();
 	fInputStream.reset();
 	if (fCoordinatorScope)
 	{
 		emptyReachableContainers(fCoordinatorScope->getValue());
 		fCoordinatorScope.reset();
 	}
+	fDefaultScope.reset();
 	if (fIsInited)
 	{
 		deregisterObjectClasses();
@@ -403,15 +364,18 @@ void InternalCoordinator::release()
 		releaseInstance();
 	}
 	// A start that was refused may have left settings without an object.
-	fSettings = CoordinatorSettings();
+	forgetConfiguration();
 	fLaunchArgs.clear();
 	fScopeFactory = nullptr;
 	fInputKind = InputKind::EMPTY;
 	fIsTerminating = false;
+	fEndOverdueTime = 0;
+	fLaunchLogPath.clear();
 	fCanTerminate = true;
 	fIsEmbedded = false;
 	fIsInited = false;
-	fSessionDataFolderPath.clear();
+	fIsInEventLoop = false; // still set when an exception has ended it
+	forgetMessaging();
 	sHasMessagingActivity = false;
 	sLastActivityCycle = sCoordinatorCycles;
 	sAreThresholdsStale = true;
@@ -420,17 +384,28 @@ void InternalCoordinator::release()
 
 // --- Scripts
 
+std::shared_ptr<OMScope> InternalCoordinator::getDefaultScope()
+{
+	if (!fDefaultScope)
+	{
+		fDefaultScope = OMScope::factory();
+	}
+	return fDefaultScope;
+}
+
 std::shared_ptr<OMScope> InternalCoordinator::getCoordinatorScope()
 {
 	if (!fCoordinatorScope)
 	{
-		fCoordinatorScope = fScopeFactory ? fScopeFactory() : OMScope::factory();
+		fCoordinatorScope = fScopeFactory ? fScopeFactory(getDefaultScope()) : getDefaultScope();
 		Value arguments = Value::emptyArray();
 		for (const std::string &argument : fLaunchArgs)
 		{
 			arguments.array()->fItems.push_back(Value::string(std::string_view(argument)));
 		}
-		fCoordinatorScope->getEnvironment().create(Name("arguments")) = std::move(arguments);
+		Environment &environment = fCoordinatorScope->getEnvironment();
+		environment.create(Name("arguments")) = std::move(arguments);
+		environment.create(Name(OMExpressionFileSystem::FUNCTION_NAME)) = OMExpressionFileSystem::makeFunction();
 	}
 	return fCoordinatorScope;
 }

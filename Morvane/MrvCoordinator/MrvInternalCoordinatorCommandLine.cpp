@@ -1,13 +1,12 @@
 // The command line: switches of one letter, some with a value, and launch arguments.
+#include "MrvCoordinator/MrvConfigurationKeys.h"
 #include "MrvCoordinator/MrvInternalCoordinator.h"
 
 #include "MrvLogger/MrvChecks.h"
-#include "MrvParser/Stream/MrvIOStreamPrompted.h"
 #include "MrvPlatform/MrvConsole.h"
-#include "MrvUtils/MrvDirs.h"
 #include "MrvUtils/MrvUtils.h"
 
-#include <array>
+#include <algorithm>
 #include <string_view>
 
 namespace Mrv
@@ -16,12 +15,48 @@ namespace
 {
 constexpr std::string_view SWITCHES_WITH_VALUE = "DFNPcefnopqrtw";
 constexpr int64_t MICROSECONDS_PER_MILLISECOND = 1000;
-constexpr int64_t MAX_CONSOLE_ECHO = 3;
 
-std::string normalisedPath(const std::string &path)
+// What a switch does to a setting. A switch that does more, or something else, is handled beside the table.
+struct SwitchEffect
 {
-	return path == "-" ? path : Dirs::fullPath(path);
-}
+	enum Kind : uint8_t
+	{
+		TEXT,
+		PATH,
+		NUMBER,
+		MILLISECONDS,
+		SET,
+		CLEAR,
+	};
+	char letter;
+	Kind kind;
+	ConfigurationKey::Member member;
+	std::string_view key;
+};
+
+#define MRV_EFFECT(letter, kind, key)                                                                                                      \
+	SwitchEffect                                                                                                                           \
+	{                                                                                                                                      \
+		letter, SwitchEffect::kind, &CoordinatorSettings::key, #key                                                                        \
+	}
+const SwitchEffect EFFECTS[] = {
+    MRV_EFFECT('d', SET, updateSessionData),
+    MRV_EFFECT('e', NUMBER, consoleEcho),
+    MRV_EFFECT('f', PATH, scriptFile),
+    MRV_EFFECT('F', PATH, startupScriptFile),
+    MRV_EFFECT('i', SET, isInteractive),
+    MRV_EFFECT('I', CLEAR, isInteractive),
+    MRV_EFFECT('I', SET, readStdIn),
+    MRV_EFFECT('n', TEXT, coordinatorName),
+    MRV_EFFECT('N', TEXT, coordinatorShortName),
+    MRV_EFFECT('o', MILLISECONDS, remoteTimeoutMicroseconds),
+    MRV_EFFECT('p', TEXT, prompt),
+    MRV_EFFECT('P', TEXT, promptContinuation),
+    MRV_EFFECT('r', TEXT, remoteCoordinator),
+    MRV_EFFECT('s', SET, isServer),
+    MRV_EFFECT('w', MILLISECONDS, delayQuitMicroseconds),
+};
+#undef MRV_EFFECT
 
 // A number that fits, or the value as it was.
 bool setNumber(const std::vector<std::string> &switchArgs, int64_t factor, int64_t &value)
@@ -29,11 +64,13 @@ bool setNumber(const std::vector<std::string> &switchArgs, int64_t factor, int64
 	SANITY_CHECK_AS(switchArgs.size() == 1 && Utils::isNumeric(switchArgs[0]), "switchArgs.size() == 1 && Utils::isNumeric(switchArgs[0])",
 	    return false);
 	int64_t number = 0;
-	if (Utils::toInt64(switchArgs[0], number))
+	if (!Utils::toInt64(switchArgs[0], number))
 	{
-		int64_t product = 0;
-		value = __builtin_mul_overflow(number, factor, &product) ? INT64_MAX : product;
+		LOG_ERROR("a number out of range is passed over: " + switchArgs[0]);
+		return true;
 	}
+	int64_t product = 0;
+	value = __builtin_mul_overflow(number, factor, &product) ? INT64_MAX : product;
 	return true;
 }
 
@@ -42,6 +79,32 @@ bool setText(const std::vector<std::string> &switchArgs, std::string &value)
 	SANITY_CHECK_AS(switchArgs.size() == 1, "switchArgs.size() == 1", return false);
 	value = switchArgs[0];
 	return true;
+}
+
+bool apply(const SwitchEffect &effect, const std::vector<std::string> &switchArgs, std::string &value)
+{
+	const bool isSet = setText(switchArgs, value);
+	if (isSet && effect.kind == SwitchEffect::PATH)
+	{
+		value = normaliseSettingPath(value);
+	}
+	return isSet;
+}
+
+bool apply(const SwitchEffect &effect, const std::vector<std::string> &, bool &value)
+{
+	value = effect.kind == SwitchEffect::SET;
+	return true;
+}
+
+bool apply(const SwitchEffect &effect, const std::vector<std::string> &switchArgs, int64_t &value)
+{
+	const bool isSet = setNumber(switchArgs, effect.kind == SwitchEffect::MILLISECONDS ? MICROSECONDS_PER_MILLISECOND : 1, value);
+	if (isSet && effect.letter == 'e')
+	{
+		value = limitConsoleEcho(value);
+	}
+	return isSet;
 }
 }
 
@@ -55,113 +118,121 @@ std::string InternalCoordinator::getVersion()
 	return MORVANE_VERSION;
 }
 
-bool InternalCoordinator::parseCommandLineArgs(int argc, char **argv)
+bool InternalCoordinator::takeNames(const Switches &switches)
 {
-	std::string commandLine;
-	std::array<std::vector<std::string>, 128> switches;
-	std::vector<std::string> launchArgs;
-	for (int index = 0; index < argc; ++index)
+	for (const auto &[letter, values] : switches)
 	{
-		commandLine += (index > 0 ? " " : "") + std::string(argv[index]);
-		const std::string_view argument = argv[index];
-		if (index == 0)
+		if (letter == 'n')
 		{
-			continue; // the program itself
+			VERIFY_AS(processCmdLineArg('n', values), "processCmdLineArg('n', coordinatorNameIter->second)", return false);
+			fIsNameGiven = true;
 		}
+		else if (letter == 'N')
+		{
+			VERIFY_AS(processCmdLineArg('N', values), "processCmdLineArg('N', coordinatorNameIter->second)", return false);
+		}
+	}
+	normaliseNames();
+	return true;
+}
+
+void InternalCoordinator::normaliseNames()
+{
+	fSettings.coordinatorName = Utils::normaliseCoordinatorName(fSettings.coordinatorName);
+	fSettings.coordinatorShortName = Utils::normaliseCoordinatorName(fSettings.coordinatorShortName);
+}
+
+InternalCoordinator::Switches InternalCoordinator::collectSwitches(int argc, char **argv)
+{
+	Switches switches;
+	std::vector<std::string> launchArgs;
+	std::string commandLine = argc > 0 ? argv[0] : "";
+	for (int index = 1; index < argc; ++index)
+	{
+		const std::string_view argument = argv[index];
+		commandLine.append(" ").append(argument);
 		if (argument.size() < 2 || argument[0] != '-' || argument[1] < 0)
 		{
 			launchArgs.emplace_back(argument);
 			continue;
 		}
-		std::vector<std::string> &values = switches[static_cast<unsigned char>(argument[1])];
-		if (!takesValue(argument[1]))
+		const char letter = argument[1];
+		std::vector<std::string> values;
+		const auto known = std::find_if(switches.begin(), switches.end(), [letter](const auto &given) { return given.first == letter; });
+		if (known != switches.end())
 		{
-			values.emplace_back();
+			values = std::move(known->second);
+			switches.erase(known);
 		}
-		else
+		if (takesValue(letter) && index + 1 < argc)
 		{
-			SANITY_CHECK_AS(index + 1 < argc, "switchArgs.size() == 1", return false);
-			++index;
-			commandLine += ' ' + std::string(argv[index]);
-			values.emplace_back(argv[index]);
+			if (letter == 'n' || letter == 'N')
+			{
+				values.clear(); // the last one holds
+			}
+			values.emplace_back(argv[++index]);
+			commandLine.append(" ").append(values.back());
 		}
+		switches.emplace_back(letter, std::move(values));
 	}
 	LOG_TRACE("cmdLine: " + commandLine);
 	if (!launchArgs.empty())
 	{
 		fLaunchArgs = std::move(launchArgs);
 	}
-	for (const char letter : {'n', 'N'})
+	return switches;
+}
+
+bool InternalCoordinator::parseCommandLineArgs(int argc, char **argv)
+{
+	fSettingSources.clear();
+	const Switches switches = collectSwitches(argc, argv);
+	if (!takeNames(switches))
 	{
-		std::vector<std::string> &names = switches[static_cast<unsigned char>(letter)];
-		if (names.size() > 1)
-		{
-			names.erase(names.begin(), names.end() - 1); // the last one holds
-		}
+		return false;
 	}
-	for (size_t letter = 0; letter < switches.size(); ++letter)
-	{
-		if (!switches[letter].empty())
-		{
-			VERIFY_AS(processCmdLineArg(static_cast<int>(letter), switches[letter]), "processCmdLineArg(iter->first, iter->second)",
-			    return false);
-		}
-	}
-	fSettings.coordinatorName = Utils::normaliseCoordinatorName(fSettings.coordinatorName);
-	fSettings.coordinatorShortName = Utils::normaliseCoordinatorName(fSettings.coordinatorShortName);
+	loadConfigFiles(switches);
+	SANITY_CHECK(processConfigStack(), return false);
+	applyLoggerSettings();
 	LOG_TRACE("coordinator name: " + fSettings.coordinatorName);
-	IOStreamPrompted::setPromptTexts(fSettings.prompt, fSettings.promptContinuation);
+	for (const auto &file : fConfigStack.getFiles())
+	{
+		LOG_TRACE("config file: " + file->getFilePath());
+	}
+	for (const auto &[letter, values] : switches)
+	{
+		VERIFY_AS(processCmdLineArg(letter, values), "processCmdLineArg(iter->first, iter->second)", return false);
+	}
+	normaliseNames();
+	applyParserSettings();
 	return true;
 }
 
 bool InternalCoordinator::processCmdLineArg(int switchChar, const std::vector<std::string> &switchArgs)
 {
-	std::string text;
-	switch (switchChar)
+	for (const SwitchEffect &effect : EFFECTS)
 	{
-		case 'd':
-			fSettings.updateSessionData = true;
-			return true;
-		case 'D':
-			return setText(switchArgs, fSettings.settingD);
-		case 'e':
+		if (effect.letter == switchChar)
 		{
-			const bool isOk = setNumber(switchArgs, 1, fSettings.consoleEcho);
-			fSettings.consoleEcho = fSettings.consoleEcho > MAX_CONSOLE_ECHO ? 0 : fSettings.consoleEcho;
-			return isOk;
-		}
-		case 'f':
-		case 'F':
-			if (!setText(switchArgs, text))
+			const bool isApplied =
+			    std::visit([&](const auto &member) { return apply(effect, switchArgs, fSettings.*member); }, effect.member);
+			if (!isApplied)
 			{
 				return false;
 			}
-			(switchChar == 'f' ? fSettings.scriptFile : fSettings.startupScriptFile) = normalisedPath(text);
+			fSettingSources[effect.key] = COMMAND_LINE;
+		}
+	}
+	std::string text;
+	switch (switchChar)
+	{
+		case 'c': // any number of files, which are loaded before all switches
+			SANITY_CHECK_AS(!switchArgs.empty(), "switchArgs.size() == 1", return false);
 			return true;
-		case 'i':
-			fSettings.isInteractive = true;
-			return true;
-		case 'I':
-			fSettings.isInteractive = false;
-			fSettings.readStdIn = true;
-			return true;
-		case 'n':
-			return setText(switchArgs, fSettings.coordinatorName);
-		case 'N':
-			return setText(switchArgs, fSettings.coordinatorShortName);
-		case 'o':
-			return setNumber(switchArgs, MICROSECONDS_PER_MILLISECOND, fSettings.remoteTimeoutMicroseconds);
-		case 'p':
-			return setText(switchArgs, fSettings.prompt);
-		case 'P':
-			return setText(switchArgs, fSettings.promptContinuation);
+		case 'D':
+			return setText(switchArgs, fSettings.settingD);
 		case 'q':
 			return setText(switchArgs, fSettings.settingQ);
-		case 'r':
-			return setText(switchArgs, fSettings.remoteCoordinator);
-		case 's':
-			fSettings.isServer = true;
-			return true;
 		case 't':
 			if (!setText(switchArgs, text))
 			{
@@ -170,6 +241,7 @@ bool InternalCoordinator::processCmdLineArg(int switchChar, const std::vector<st
 			if (text == "y" || text == "Y" || text == "n" || text == "N")
 			{
 				fSettings.runTests = text == "y" || text == "Y";
+				fSettingSources["runTests"] = COMMAND_LINE;
 				LOG_TRACE(fSettings.runTests ? "startup tests: on" : "startup tests: off");
 			}
 			return true;
@@ -177,8 +249,6 @@ bool InternalCoordinator::processCmdLineArg(int switchChar, const std::vector<st
 			Platform::console().write(Platform::StandardStream::OUTPUT, getVersion() + "\n");
 			fIsTerminating = true;
 			return true;
-		case 'w':
-			return setNumber(switchArgs, MICROSECONDS_PER_MILLISECOND, fSettings.delayQuitMicroseconds);
 		default:
 			return true;
 	}

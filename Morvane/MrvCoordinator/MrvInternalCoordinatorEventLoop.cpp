@@ -5,9 +5,11 @@
 #include "MrvCoordinator/MrvInternalCoordinator.h"
 
 #include "MrvLogger/MrvChecks.h"
+#include "MrvPipes/MrvWritePipe.h"
 #include "MrvPlatform/MrvClock.h"
 #include "MrvPlatform/MrvSleep.h"
 #include "MrvTask/MrvYieldingFrame.h"
+#include "MrvUtils/MrvRestorer.h"
 
 #include <algorithm>
 
@@ -19,10 +21,18 @@ constexpr int64_t NANOSECONDS_PER_MICROSECOND = 1000;
 constexpr int64_t SHORT_SILENCE = 1'000'000;      // 1 ms, in nanoseconds: no sleep until then
 constexpr int64_t MEDIUM_SILENCE = 5'000'000'000; // 5 s: then five times the base
 constexpr int64_t LONG_SILENCE = 30'000'000'000;  // 30 s: then ten times the base
+constexpr int64_t SHORT_SLICE = 100'000;          // 100 ms, in microseconds
 constexpr int64_t MEDIUM_FACTOR = 5;
 constexpr int64_t LONG_FACTOR = 10;
 
-int64_t timePointAfter(int64_t now, int64_t microseconds)
+bool hasExpired(int64_t timePoint)
+{
+	return timePoint != Task::kNoTimePoint && timePoint < Platform::steadyNanoseconds();
+}
+}
+
+// Never, for a negative duration and for one beyond the range.
+int64_t InternalCoordinator::timePointAfter(int64_t now, int64_t microseconds)
 {
 	int64_t duration = 0;
 	int64_t timePoint = 0;
@@ -32,12 +42,6 @@ int64_t timePointAfter(int64_t now, int64_t microseconds)
 		return Task::kNoTimePoint;
 	}
 	return timePoint;
-}
-
-bool hasExpired(int64_t timePoint)
-{
-	return timePoint != Task::kNoTimePoint && timePoint < Platform::steadyNanoseconds();
-}
 }
 
 bool InternalCoordinator::runEventLoop(int64_t timesliceMicroseconds)
@@ -63,9 +67,10 @@ bool InternalCoordinator::runEventLoop(int64_t timesliceMicroseconds, const std:
 	{
 		return true;
 	}
-	const bool wasInEventLoop = fIsInEventLoop;
-	fIsInEventLoop = true;
-	while (!mustEnd || !mustEnd())
+	const bool isShort = timesliceMicroseconds >= 0 && timesliceMicroseconds < SHORT_SLICE;
+	const SleepNearEnd sleepNearEnd = isShort ? SleepNearEnd::CUT : SleepNearEnd::OVERRUN;
+	const Restorer<bool> inEventLoop(fIsInEventLoop, true);
+	while (!mustEnd || fIsInServiceTimeslice || !mustEnd())
 	{
 		int64_t budget = fSettings.internalCoordinatorTimesliceMicroseconds;
 		Task::runActiveTasks(budget);
@@ -74,13 +79,12 @@ bool InternalCoordinator::runEventLoop(int64_t timesliceMicroseconds, const std:
 		{
 			break;
 		}
-		sleepAfterPass(end);
+		sleepAfterPass(end, sleepNearEnd);
 		if (hasExpired(end))
 		{
 			break;
 		}
 	}
-	fIsInEventLoop = wasInEventLoop;
 	return true;
 }
 
@@ -107,7 +111,7 @@ bool InternalCoordinator::runEventLoopUntilNoMoreSubTasks(int64_t timesliceMicro
 // Microseconds to sleep after a pass, by the time since the last message.
 int64_t InternalCoordinator::computeAdaptiveSleep(int64_t now)
 {
-	const int64_t base = fSettings.eventLoopSleepMicroseconds;
+	const int64_t base = std::min(fSettings.eventLoopSleepMicroseconds, INT64_MAX / LONG_FACTOR);
 	if (sHasMessagingActivity)
 	{
 		sLastActivityCycle = sCoordinatorCycles;
@@ -137,7 +141,7 @@ int64_t InternalCoordinator::computeAdaptiveSleep(int64_t now)
 	return now > sSleepThresholds[0] ? base : 0;
 }
 
-void InternalCoordinator::sleepAfterPass(int64_t end)
+void InternalCoordinator::sleepAfterPass(int64_t end, SleepNearEnd sleepNearEnd)
 {
 	const int64_t now = Platform::steadyNanoseconds();
 	int64_t sleep = computeAdaptiveSleep(now);
@@ -156,29 +160,46 @@ void InternalCoordinator::sleepAfterPass(int64_t end)
 	const int64_t wakeUp = timePointAfter(now, sleep);
 	if (end != Task::kNoTimePoint && wakeUp > end)
 	{
-		// Near the end of a slice the sleep becomes the overrun that it would have caused, which keeps the loop lively there.
-		sleep = (wakeUp - end) / NANOSECONDS_PER_MICROSECOND;
+		// Near the end of a slice the sleep becomes the overrun that it would have caused, which keeps the loop lively there. In a short
+		// one that would be a large part of it: a host that gives short slices wants to go on.
+		sleep = (sleepNearEnd == SleepNearEnd::CUT ? end - now : wakeUp - end) / NANOSECONDS_PER_MICROSECOND;
 	}
 	Platform::sleepUntil(timePointAfter(now, sleep));
 }
 
 bool InternalCoordinator::isIdle() const
 {
+	const char *cause = nullptr;
+	if (fIsProcessingMessageQueue != 0)
+	{
+		cause = "fIsTerminating but not idle because fIsProcessingMessageQueue";
+	}
+	else if (!fMessageQueue.empty())
+	{
+		cause = "fIsTerminating but not idle because ! fMessageQueue.empty()";
+	}
+	else if (!Service_abstract::isIdle())
+	{
+		cause = "fIsTerminating but not idle because inherited ! Service_abstract::isIdle()";
+	}
+	else if (fSiblings && fSiblings->isHoldingSiblingResponsesForTermination())
+	{
+		cause = "fIsTerminating but not idle because isHoldingSiblingResponsesForTermination()";
+	}
 	if (fIsTerminating)
 	{
-		LOG_NOTE("fIsTerminating and isIdle");
+		if (!WritePipe::isAllIdle())
+		{
+			LOG_NOTE("fIsTerminating but not idle because write pipes not idle");
+		}
+		LOG_NOTE(cause ? cause : "fIsTerminating and isIdle");
 	}
-	return true;
+	return !cause;
 }
 
 bool InternalCoordinator::reportMessagingActivityInEventLoop()
 {
 	sHasMessagingActivity = true;
-	return true;
-}
-
-bool InternalCoordinator::handleMessagingTimeslice()
-{
 	return true;
 }
 
@@ -191,7 +212,13 @@ void InternalCoordinator::timeslice_yielding(const std::shared_ptr<Task> &task, 
 	enum At : int32_t
 	{
 		START = 0,
-		MESSAGING_HANDLED = 1,
+		MESSAGES_HANDLED = 1,
+		ACTIVE_SIBLINGS_SCANNED = 2,
+		PIPES_SCANNED = 3,
+		SIBLINGS_SCANNED = 4,
+		MESSAGES_HANDLED_AGAIN = 5,
+		SERVICES_SERVED = 1000005,
+		PUBLISHED_ID_CHECKED = 7,
 		NEXT_LOOP = 8,
 		DONE = -1
 	};
@@ -214,10 +241,50 @@ void InternalCoordinator::timeslice_yielding(const std::shared_ptr<Task> &task, 
 				++sCoordinatorCycles;
 				frame->result = handleMessagingTimeslice();
 				EXPECTED_AS(frame->result, "result");
-				frame.goTo(MESSAGING_HANDLED);
+				frame.goTo(MESSAGES_HANDLED);
 				break;
-			case MESSAGING_HANDLED:
-				frame->result = !isMainCoordinator() || isStillPublished();
+			case MESSAGES_HANDLED:
+				frame->result = !fSiblings || fSiblings->scanForActiveSiblings();
+				EXPECTED_AS(frame->result, "result");
+				frame.goTo(ACTIVE_SIBLINGS_SCANNED);
+				break;
+			case ACTIVE_SIBLINGS_SCANNED:
+				if (isMainCoordinator() && fSiblings)
+				{
+					frame->result = fSiblings->scanForNamedPipeSiblings();
+					EXPECTED_AS(frame->result, "result");
+					frame.goTo(PIPES_SCANNED);
+					break;
+				}
+				frame.goTo(SIBLINGS_SCANNED);
+				break;
+			case PIPES_SCANNED:
+				frame->result = !fSiblings || fSiblings->scanForConfigSiblings();
+				EXPECTED_AS(frame->result, "result");
+				frame.goTo(SIBLINGS_SCANNED);
+				break;
+			case SIBLINGS_SCANNED:
+				fIsInServiceTimeslice = true;
+				frame->result = handleMessagingTimeslice();
+				EXPECTED_AS(frame->result, "result");
+				frame.goTo(MESSAGES_HANDLED_AGAIN);
+				break;
+			case MESSAGES_HANDLED_AGAIN:
+				frame.call(SERVICES_SERVED, [&] { Service_abstract::timeslice_yielding(task, frame->result); });
+				break;
+			case SERVICES_SERVED:
+				fIsInServiceTimeslice = false;
+				EXPECTED_AS(frame->result, "result");
+				if (isMainCoordinator())
+				{
+					frame->result = isStillPublished();
+					frame.goTo(PUBLISHED_ID_CHECKED);
+					break;
+				}
+				task->requestYield();
+				frame.goTo(NEXT_LOOP);
+				break;
+			case PUBLISHED_ID_CHECKED:
 				if (!frame->result)
 				{
 					terminate();

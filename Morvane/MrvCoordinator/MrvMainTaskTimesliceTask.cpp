@@ -30,7 +30,11 @@ void MainTaskTimesliceTask::timeslice()
 	}
 	if (InternalCoordinator::isTerminating())
 	{
-		setTerminationRequested(true);
+		// Those that wait for something that may never come, such as data requests, end when they have nothing to do.
+		for (const std::shared_ptr<Task> &task : getActiveTasks())
+		{
+			task->setTerminationRequested(true);
+		}
 	}
 }
 }

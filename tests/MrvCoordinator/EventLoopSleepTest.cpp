@@ -131,4 +131,30 @@ TEST_F(EventLoopSleepTest, NeverPastTheEndOfASlice)
 	EXPECT_LE(sNow - start, 120 * MILLISECOND + 10 * BASE);
 }
 }
+
+TEST_F(EventLoopSleepTest, AShortSliceEndsInTime)
+{
+	ASSERT_TRUE(fCoordinator.isStarted());
+	for (int pass = 0; pass < 3; ++pass)
+	{
+		sleepAfterOnePass();
+	}
+	Platform::setSleepFunction(
+	    [](int64_t deadline)
+	    {
+		    sSlept += deadline - sNow;
+		    sNow = deadline + 1;
+	    });
+	sStep = MICROSECOND;
+	for (const int64_t milliseconds : {1, 7, 20, 99})
+	{
+		sNow += 31 * SECOND;
+		sSlept = 0;
+		const int64_t start = sNow;
+		EXPECT_TRUE(InternalCoordinator::runEventLoop(milliseconds * 1000));
+		EXPECT_GE(sNow - start, milliseconds * MILLISECOND);
+		EXPECT_LE(sNow - start, milliseconds * MILLISECOND + MILLISECOND / 2);
+		EXPECT_TRUE(milliseconds == 1 || sSlept > 0);
+	}
+}
 }

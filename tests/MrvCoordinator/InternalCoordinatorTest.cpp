@@ -1,6 +1,7 @@
 #include "MrvCoordinator/MrvInternalCoordinator.h"
 
 #include "support/CoordinatorStart.h"
+#include "support/HelperProcess.h"
 #include "support/MemoryConsole.h"
 #include "support/ScriptRun.h"
 #include "support/TestLog.h"
@@ -21,6 +22,7 @@ using Test::CoordinatorStart;
 using Test::logLines;
 using Test::MemoryConsole;
 using Test::readWholeFile;
+using Test::startHelper;
 using Test::takeLogLines;
 using Strings = std::vector<std::string>;
 
@@ -77,7 +79,7 @@ TEST(InternalCoordinatorTest, AWrongCommandLineRefusesTheStartAndLeavesNothingBe
 		const CoordinatorStart next;
 		EXPECT_TRUE(next.isStarted());
 		EXPECT_EQ(InternalCoordinator::getSettings().settingD, "");
-		EXPECT_EQ(InternalCoordinator::getSettings().coordinatorName, "");
+		EXPECT_EQ(InternalCoordinator::getSettings().coordinatorName, "net.morvane.coordinator.p" + OWN_ID);
 		EXPECT_FALSE(InternalCoordinator::isTerminating());
 		EXPECT_TRUE(InternalCoordinator::instance()->getMainTask());
 	}
@@ -153,19 +155,26 @@ TEST(InternalCoordinatorTest, TheProcessIdIsPublishedWhileItRuns)
 TEST(InternalCoordinatorTest, AFileThatAnotherHasTakenOverStays)
 {
 	const std::string path = idFile("main");
+	const std::string life = Dirs::getTmpPath() + "life";
+	writeFile(life, "");
+	const std::string other = std::to_string(startHelper({"wait", life}));
 	{
 		const CoordinatorStart coordinator({"-n", "main"});
 		ASSERT_TRUE(coordinator.isStarted());
 		EXPECT_TRUE(InternalCoordinator::runEventLoop(0));
 		EXPECT_FALSE(InternalCoordinator::isTerminating());
-		writeFile(path, "2147483632");
 		InternalCoordinator::changeSettings().scanActiveSiblingsIntervalMicroseconds = 0;
+		writeFile(path, "2147483632"); // of a dead one: nobody has taken over
+		EXPECT_TRUE(InternalCoordinator::instance()->runEventLoop(10'000'000, [&] { return readWholeFile(path) == OWN_ID; }));
+		EXPECT_FALSE(InternalCoordinator::isTerminating());
+		writeFile(path, other);
 		EXPECT_TRUE(InternalCoordinator::instance()->runEventLoop(10'000'000, [] { return InternalCoordinator::isTerminating(); }));
 		EXPECT_TRUE(InternalCoordinator::isTerminating());
 		EXPECT_LOG("published pid has changed; another coordinator node has taken over. Terminating");
 	}
-	EXPECT_EQ(readWholeFile(path), "2147483632");
+	EXPECT_EQ(readWholeFile(path), other);
 	Platform::removeFile(path);
+	Platform::removeFile(life);
 }
 
 TEST(InternalCoordinatorTest, LifeMayBeginAgain)
