@@ -49,6 +49,28 @@ CommandLine CommandLine::split(const std::vector<std::string> &arguments)
 		{
 			line.switches.emplace_back("-v");
 		}
+		else if (argument == "--print-config")
+		{
+			line.wantsConfiguration = true;
+		}
+		else if (argument == "--list")
+		{
+			line.wantsList = true;
+		}
+		else if (argument == "--stop")
+		{
+			if (index + 1 == arguments.size())
+			{
+				line.error = "switch --stop needs a coordinator's name, or --all";
+				return line;
+			}
+			const std::string &whom = arguments[++index];
+			line.wantsStopOfAll = line.wantsStopOfAll || whom == "--all";
+			if (whom != "--all")
+			{
+				line.namesToStop.push_back(whom);
+			}
+		}
 		else if (argument.size() > 2)
 		{
 			line.error = "unknown switch " + argument + "; switches are single letters, see morvane -h";
@@ -91,15 +113,33 @@ std::string CommandLine::getHelpPage()
 	       "  -s        serve: stay alive until asked to end\n"
 	       "  -v        print the version and exit (also --version)\n"
 	       "  -h        print this page and exit (also --help)\n"
+	       "  --print-config\n"
+	       "            print all settings and where each comes from, and exit\n"
+	       "  --list    print the coordinators of this user: name, process id, whether it is alive,\n"
+	       "            and since when\n"
+	       "  --stop NAME\n"
+	       "            ask a coordinator to end and wait for it; '--stop --all' ends all of them.\n"
+	       "            The exit status is 0 when they are gone, else 1\n"
 	       "\n"
 	       "How:\n"
+	       "  -c FILE   read one more configuration file, over the default one; may be repeated\n"
 	       "  -n NAME   the coordinator's name; short names get net.morvane.coordinator. put in front\n"
+	       "  -N NAME   the coordinator's short name\n"
 	       "  -p TEXT   the prompt\n"
 	       "  -P TEXT   the prompt of lines that continue a statement\n"
-	       "  -e N      console echo, 0 to 3\n"
+	       "  -e N      console echo, 0 to 3; more is 0\n"
+	       "  -r URL    the coordinator that runs the statements\n"
 	       "  -o MS     time-out of remote operations, in milliseconds\n"
 	       "  -w MS     the longest wait for others when ending, in milliseconds\n"
+	       "  -t y|n    built-in checks at the start, or none\n"
+	       "  -d        write session data in each pass\n"
+	       "  -D TEXT   a text that is kept and means nothing to morvane itself\n"
+	       "  -q TEXT   another one\n"
 	       "  --        ends the switches: everything behind it belongs to the script\n"
+	       "\n"
+	       "Settings come from the built-in defaults, the configuration files and the switches, each\n"
+	       "over those before it. The default file is net.morvane/SysConfig/config.ini below the\n"
+	       "folder of the user's data.\n"
 	       "\n"
 	       "A script sees its arguments as the Array 'arguments'. A first line that begins with #! is\n"
 	       "skipped, so '#!/usr/bin/env morvane' makes a script a command.\n"

@@ -5,17 +5,31 @@
 #include "MrvParser/Language/MrvOMScope.h"
 #include "MrvParser/Language/MrvStreamEvaluation.h"
 #include "MrvParser/Stream/MrvIOStreamPrompted.h"
+#include "MrvParser/Stream/MrvInputStreamFile.h"
 #include "MrvParser/Stream/MrvInputStreamStdIn.h"
 #include "MrvParser/Task/MrvEvalScriptTask.h"
 #include "MrvParser/Task/MrvParseAndEvalStreamTask.h"
+#include "MrvPipes/MrvWritePipe.h"
+#include "MrvPlatform/MrvClock.h"
 #include "MrvPlatform/MrvConsole.h"
 #include "MrvPlatform/MrvSignals.h"
+#include "MrvPlatform/MrvSleep.h"
+#include "MrvUtils/MrvDirs.h"
 
 namespace Mrv
 {
 namespace
 {
 constexpr OMInt MAX_STATUS = 255;
+constexpr int64_t WRITE_PAUSE_NANOSECONDS = 1'000'000; // what is in flight ends a sleep
+
+// Where the lines typed at the prompt are kept; empty when there is no such place.
+std::string historyFilePath()
+{
+	const std::string &base = Dirs::getUserDataPath();
+	const std::string folder = base + "net.morvane";
+	return !base.empty() && Dirs::mkDir(folder, DirRecurse::RECURSE) ? folder + Platform::pathSeparator() + "history" : std::string();
+}
 }
 
 int ProcessRun::run()
@@ -30,20 +44,35 @@ int ProcessRun::run()
 		runSession(fIsPrompted);
 	}
 	const CoordinatorSettings &settings = InternalCoordinator::getSettings();
-	if (!fIsEnding && settings.isServer)
+	if (!fIsEnding)
 	{
 		serve();
 	}
 	// Unfinished tasks are exited, so that what they must undo is undone.
 	Task::exitAllTasks(fCoordinator.getMainTask().get());
-	InternalCoordinator::terminate();
-	InternalCoordinator::runEventLoop(settings.delayQuitMicroseconds);
+	endOrderly(settings.delayQuitMicroseconds);
 	InternalCoordinator::setInputKind(InternalCoordinator::InputKind::EMPTY); // gives a terminal its modes back
 	if (Platform::console().flush() == Platform::WriteOutcome::FAILED)
 	{
 		end(ENDED_IN_ERROR, "standard output can't be written");
 	}
 	return fStatus;
+}
+
+// What was sent still goes out; the others are waited for no longer than that.
+void ProcessRun::endOrderly(int64_t delayMicroseconds)
+{
+	if (!mustEnd())
+	{
+		fCoordinator.runEventLoop(delayMicroseconds, [this] { return !fCoordinator.hasMessagesToSend() || mustEnd(); });
+	}
+	InternalCoordinator::terminate();
+	InternalCoordinator::runEventLoop(delayMicroseconds);
+	while (!WritePipe::isAllIdle() && !InternalCoordinator::isEndOverdue())
+	{
+		WritePipe::timeslice();
+		Platform::sleepUntil(Platform::steadyNanoseconds() + WRITE_PAUSE_NANOSECONDS);
+	}
 }
 
 void ProcessRun::chooseJob()
@@ -122,16 +151,32 @@ void ProcessRun::takeExitValue(Task &task)
 	}
 }
 
+namespace
+{
+std::shared_ptr<EvalScriptTask> makeStreamTask(std::shared_ptr<InputStream> stream, const std::string &name)
+{
+	return EvalScriptTask::streamFactory(InternalCoordinator::getCoordinatorScope(), std::move(stream), name, HandleReturnValue::UNWRAP,
+	    InternalCoordinator::getSettings().remoteCoordinator);
+}
+
+// What runs elsewhere is read here all the same: the file may be out of reach there.
+std::shared_ptr<EvalScriptTask> makeFileTask(const std::string &path)
+{
+	if (!InternalCoordinator::getSettings().remoteCoordinator.empty() && Dirs::fileExists(path))
+	{
+		return makeStreamTask(std::make_shared<InputStreamFile>(path), path);
+	}
+	return EvalScriptTask::factory(InternalCoordinator::getCoordinatorScope(), path, HandleReturnValue::UNWRAP);
+}
+}
+
 void ProcessRun::runScript(const std::string &path)
 {
 	const bool isStandardInput = path == "-";
 	// The script's own input: standard input, unless the script itself came from there.
 	InternalCoordinator::setInputKind(
 	    isStandardInput ? InternalCoordinator::InputKind::EMPTY : InternalCoordinator::InputKind::STANDARD_INPUT);
-	const auto task = isStandardInput
-	                      ? EvalScriptTask::streamFactory(InternalCoordinator::getCoordinatorScope(), std::make_shared<InputStreamStdIn>(),
-	                            "standard input", HandleReturnValue::UNWRAP)
-	                      : EvalScriptTask::factory(InternalCoordinator::getCoordinatorScope(), path, HandleReturnValue::UNWRAP);
+	const auto task = isStandardInput ? makeStreamTask(std::make_shared<InputStreamStdIn>(), "standard input") : makeFileTask(path);
 	if (!waitFor(task))
 	{
 		const int signal = Platform::pendingSignal();
@@ -161,9 +206,15 @@ void ProcessRun::runSession(bool isPrompted)
 	std::shared_ptr<IOStreamPrompted> stream;
 	if (isPrompted)
 	{
-		const bool isTerminal = Platform::console().isTerminal(Platform::StandardStream::INPUT);
+		// Where nobody sees the echo of an edited line, the terminal is left to its own echo.
+		const bool isTerminal = Platform::console().isTerminal(Platform::StandardStream::INPUT) &&
+		                        Platform::console().isTerminal(Platform::StandardStream::OUTPUT);
 		InternalCoordinator::setInputKind(
 		    isTerminal ? InternalCoordinator::InputKind::CONSOLE : InternalCoordinator::InputKind::STANDARD_INPUT);
+		if (isTerminal)
+		{
+			Platform::console().setHistoryFile(historyFilePath());
+		}
 		stream = InternalCoordinator::inputStreamFactory();
 		stream->setPrompt(std::nullopt);
 		stream->setContinuationPrompt(std::nullopt);
@@ -173,7 +224,8 @@ void ProcessRun::runSession(bool isPrompted)
 		InternalCoordinator::setInputKind(InternalCoordinator::InputKind::STANDARD_INPUT);
 		stream = std::make_shared<IOStreamPrompted>(InternalCoordinator::inputStreamFactory()->getNestedInputStream(), nullptr);
 	}
-	const auto task = ParseAndEvalStreamTask::factory(InternalCoordinator::getCoordinatorScope(), stream);
+	const auto task = ParseAndEvalStreamTask::factory(
+	    InternalCoordinator::getCoordinatorScope(), stream, InternalCoordinator::getSettings().remoteCoordinator);
 	fStatus = WELL;
 	if (!waitFor(task))
 	{
@@ -191,6 +243,8 @@ void ProcessRun::runSession(bool isPrompted)
 
 void ProcessRun::serve()
 {
-	fCoordinator.runEventLoop(-1, [this] { return mustEnd(); });
+	// A function that answers data requests is work as well, as long as it is registered.
+	const auto hasWork = [] { return InternalCoordinator::getSettings().isServer || InternalCoordinator::hasDataRequestCallBack(); };
+	fCoordinator.runEventLoop(-1, [&] { return mustEnd() || !hasWork(); });
 }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -32,6 +33,7 @@ private:
 	void runScript(const std::string &path);
 	void runSession(bool isPrompted);
 	void serve();
+	void endOrderly(int64_t delayMicroseconds);
 	// Lets the event loop run until the task has ended. False when the process is to end instead.
 	bool waitFor(const std::shared_ptr<Task> &task);
 	void takeExitValue(Task &task);

@@ -1,13 +1,16 @@
 // A coordinator as a process of its own.
 #include "MrvCommandLine.h"
+#include "MrvFabric.h"
 #include "MrvProcessRun.h"
 
 #include "MrvCoordinator/MrvInternalCoordinator.h"
 #include "MrvLogger/MrvLogger.h"
 #include "MrvPlatform/MrvArguments.h"
 #include "MrvPlatform/MrvConsole.h"
+#include "MrvPlatform/MrvProcess.h"
 #include "MrvPlatform/MrvSignals.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,6 +26,28 @@ int fail(const std::string &reason)
 	return STATUS_NO_START;
 }
 
+int print(const std::string &text)
+{
+	Mrv::Platform::console().write(Mrv::Platform::StandardStream::OUTPUT, text);
+	return 0;
+}
+
+// Looks at other coordinators without becoming one that they see. A name of its own keeps that of the configuration for who serves.
+int runFabric(const Mrv::CommandLine &line, std::vector<char *> &argv)
+{
+	Mrv::InternalCoordinator::setName("p" + std::to_string(Mrv::Platform::currentProcessId()));
+	if (!Mrv::InternalCoordinator::configure(static_cast<int>(argv.size()), argv.data()))
+	{
+		return fail("a switch with a wrong value");
+	}
+	int status = 0;
+	if (line.wantsStopOfAll || !line.namesToStop.empty())
+	{
+		status = line.wantsStopOfAll ? Mrv::Fabric::stopAll() : Mrv::Fabric::stop(line.namesToStop);
+	}
+	return line.wantsList ? std::max(status, print(Mrv::Fabric::list())) : status;
+}
+
 int runCoordinator(const Mrv::CommandLine &line)
 {
 	std::string program = "morvane";
@@ -34,7 +59,16 @@ int runCoordinator(const Mrv::CommandLine &line)
 	}
 	Mrv::InternalCoordinator::setLaunchArgs(line.launchArgs);
 	int status = STATUS_NO_START;
-	if (!Mrv::InternalCoordinator::init(static_cast<int>(argv.size()), argv.data()))
+	if (line.wantsConfiguration)
+	{
+		const bool isRead = Mrv::InternalCoordinator::configure(static_cast<int>(argv.size()), argv.data());
+		status = isRead ? print(Mrv::InternalCoordinator::describeConfiguration()) : fail("a switch with a wrong value");
+	}
+	else if (line.wantsList || line.wantsStopOfAll || !line.namesToStop.empty())
+	{
+		status = runFabric(line, argv);
+	}
+	else if (!Mrv::InternalCoordinator::init(static_cast<int>(argv.size()), argv.data()))
 	{
 		status = fail("the coordinator could not start: a name that is refused or in use, or a switch with a wrong value");
 	}
@@ -60,7 +94,7 @@ int main(int argc, char **argv)
 	int status = 0;
 	if (line.wantsHelp)
 	{
-		Mrv::Platform::console().write(Mrv::Platform::StandardStream::OUTPUT, Mrv::CommandLine::getHelpPage());
+		status = print(Mrv::CommandLine::getHelpPage());
 	}
 	else
 	{

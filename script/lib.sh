@@ -7,11 +7,12 @@ cd "$ROOT" || exit 3
 
 # What a fresh Debian 12 needs for everything in this folder.
 PACKAGES=(
-	git g++ cmake ninja-build ccache python3
+	git g++ cmake ninja-build ccache python3 dpkg-dev
 	clang clang-format clang-tidy libclang-rt-14-dev llvm-14
 	g++-mingw-w64-x86-64-posix wine wine64
 	libgtest-dev googletest libbenchmark-dev
-	nlohmann-json3-dev jq lua5.4 duktape mujs
+	nlohmann-json3-dev jq lua5.4 duktape duktape-dev mujs
+	pkgconf libzmq3-dev libdbus-1-dev dbus-daemon
 )
 
 # Says what happens next, apart from the output of the tools.
@@ -53,9 +54,11 @@ build()
 	cmake --build --preset "$preset" "${arguments[@]}"
 }
 
-# Prepares the environment for programs under Wine: a prefix inside the build folder, no dialogs, no chatter.
+# Prepares the environment for programs under Wine: a prefix inside the build folder, no dialogs, no chatter, and a locale in which file names
+# may have any letter, whatever the caller's is.
 prepare_wine()
 {
+	export LC_ALL=C.UTF-8
 	export WINEPREFIX="$ROOT/build/windows/wine" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree=;mshtml=" WINEARCH=win64
 	unset DISPLAY
 	mkdir -p "$WINEPREFIX"

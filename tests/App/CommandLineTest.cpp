@@ -1,5 +1,6 @@
 #include "MrvCommandLine.h"
 
+#include "MrvCoordinator/MrvInternalCoordinator.h"
 #include "MrvPlatform/MrvFileSystem.h"
 #include "MrvUtils/MrvDirs.h"
 
@@ -98,6 +99,39 @@ TEST_F(CommandLineTest, RefusesWhatItCannotRead)
 	{
 		EXPECT_EQ(CommandLine::split(arguments).error.substr(0, error.size()), error);
 	}
+}
+
+TEST_F(CommandLineTest, TheConfigurationIsAskedForAmongOtherSwitches)
+{
+	const CommandLine line = CommandLine::split({"-c", "--print-config", "--print-config", "-n", "x", "--", "--print-config"});
+	EXPECT_TRUE(line.wantsConfiguration);
+	EXPECT_EQ(line.switches, (Strings{"-c", "--print-config", "-n", "x"}));
+	EXPECT_EQ(line.launchArgs, Strings{"--print-config"});
+	EXPECT_FALSE(CommandLine::split({"-c", "--print-config"}).wantsConfiguration);
+}
+
+TEST_F(CommandLineTest, OtherCoordinatorsAreAskedForByName)
+{
+	const CommandLine line = CommandLine::split({"--stop", "a", "--stop", "--all", "--list", "--stop", "b"});
+	EXPECT_TRUE(line.wantsList);
+	EXPECT_TRUE(line.wantsStopOfAll);
+	EXPECT_EQ(line.namesToStop, (Strings{"a", "b"}));
+	EXPECT_EQ(line.switches, Strings{});
+	EXPECT_NE(CommandLine::split({"--stop"}).error, "");
+}
+
+TEST_F(CommandLineTest, HelpListsEverySwitch)
+{
+	const std::string page = CommandLine::getHelpPage();
+	for (const char letter : std::string("cdDeFfhIiNnoPpqrstvw"))
+	{
+		const std::string begin = std::string("\n  -") + letter + " ";
+		const size_t at = page.find(begin);
+		ASSERT_NE(at, std::string::npos) << letter;
+		const bool showsValue = page[at + begin.size()] != ' ';
+		EXPECT_EQ(showsValue, InternalCoordinator::takesValue(letter)) << letter;
+	}
+	EXPECT_NE(page.find("\n  --print-config\n"), std::string::npos);
 }
 
 TEST_F(CommandLineTest, HelpIsAskedForInTwoWays)

@@ -43,7 +43,7 @@ protected:
 		CoordinatorStart::release();
 		fOutput += console.output;
 		fErrorOutput += console.errorOutput;
-		EXPECT_FALSE(console.isInKeyMode);
+		EXPECT_FALSE(console.keyMode);
 		takeLogLines(); // what scripts log is tested with the language
 		return status;
 	}
@@ -165,13 +165,26 @@ TEST_F(ProcessRunTest, StatementsFromStandardInputRunOneByOne)
 	EXPECT_NE(fErrorOutput.find("standard input:1:8: "), std::string::npos) << fErrorOutput;
 }
 
+TEST_F(ProcessRunTest, StatementsRunElsewhere)
+{
+	const std::string address = "mrv:////sample.test/0";
+	EXPECT_EQ(runInput("output(abc + '\\n');\nexit(4);\n", {"-I", "-r", address}), 4);
+	EXPECT_EQ(runInput("output(abc + '\\n')", {"-r", address}), 0);
+	EXPECT_TRUE(Dirs::replaceFile(fPath, "output(abc + '\\n')"));
+	EXPECT_EQ(run({"-r", address, "-f", fPath}), 0);
+	EXPECT_EQ(fOutput, "sampleValue\nsampleValue\nsampleValue\n");
+	EXPECT_EQ(runInput("1 + nosuch", {"-r", address}), 1);
+	EXPECT_NE(fErrorOutput.find("elsewhere: eval:1:"), std::string::npos) << fErrorOutput;
+	EXPECT_EQ(runInput("1 +* 2", {"-r", address}), 2);
+}
+
 TEST_F(ProcessRunTest, ThePromptPrintsValues)
 {
 	EXPECT_EQ(typeIn("1 + 2\r"), "> 1 + 2\r\n3\n> ");
 	EXPECT_EQ(typeIn("a = 4;\ra\r"), "> a = 4;\r\n> a\r\n4\n> ");
 	// Several on a line, and a key that takes one back.
 	EXPECT_EQ(typeIn("1; 2\r"), "> 1; 2\r\n2\n> ");
-	EXPECT_EQ(typeIn("12\b3\r"), "> 12\b \b3\r\n13\n> ");
+	EXPECT_EQ(typeIn("12\b3\r"), "> 13\r\n13\n> ");
 	EXPECT_EQ(fErrorOutput, "");
 }
 
@@ -214,6 +227,30 @@ TEST_F(ProcessRunTest, ThePromptIsLeftByExit)
 	EXPECT_TRUE(fOutput.starts_with("?")) << fOutput;
 }
 
+TEST_F(ProcessRunTest, JobsOfAConfigurationFile)
+{
+	const std::string file = Dirs::getTmpPath() + "jobs.ini";
+	const auto runOver = [&](const std::string &settings, const std::string &input, Strings switches = {})
+	{
+		EXPECT_TRUE(Dirs::replaceFile(file, "[config]\n" + settings));
+		switches.insert(switches.begin(), {"-c", file});
+		fOutput.clear();
+		return runInput(input, switches);
+	};
+	EXPECT_TRUE(Dirs::replaceFile(fPath, "output('script'); 1"));
+	EXPECT_EQ(runOver("scriptFile=" + fPath, "output('input')"), 0);
+	EXPECT_EQ(fOutput, "script");
+	EXPECT_EQ(runOver("readStdIn=true\nstartupScriptFile=" + fPath, "output('a');\noutput('b')\n"), 0);
+	EXPECT_EQ(fOutput, "scriptab");
+	EXPECT_EQ(runOver("isInteractive=true\nprompt=\"? \"", "1 + 1;\n2 + 2\n"), 0);
+	EXPECT_TRUE(fOutput.starts_with("? ")) << fOutput;
+	EXPECT_EQ(runOver("isServer=true\ninternalCoordinatorTimesliceMicroseconds=1\nscriptFile=-", "output('x'); quit()"), 0);
+	EXPECT_EQ(fOutput, "x");
+	EXPECT_EQ(runOver("scriptFile=nosuch.msl", "output('y')", {"-f", "-"}), 0);
+	EXPECT_EQ(fOutput, "y");
+	Platform::removeFile(file);
+}
+
 TEST_F(ProcessRunTest, OutputThatFailsEndsTheRun)
 {
 	for (const std::string script : {"while (true) output('x\\n')", "output('x')"})
@@ -224,6 +261,18 @@ TEST_F(ProcessRunTest, OutputThatFailsEndsTheRun)
 		fOutcome = Platform::WriteOutcome::CLOSED_PIPE;
 		EXPECT_EQ(runScript(script), 0);
 	}
+}
+
+TEST_F(ProcessRunTest, AFunctionThatAnswersKeepsTheProcessAlive)
+{
+	EXPECT_EQ(runScript("setDataRequestCallBack('slow', function() {\n"
+	                    "  yield(50);\n"
+	                    "  setDataRequestCallBack('slow', null);\n"
+	                    "  output('answered');\n"
+	                    "});\n"
+	                    "sendData(1, 'slow', 5); output('script over, ');"),
+	    0);
+	EXPECT_EQ(fOutput, "script over, answered");
 }
 }
 }
