@@ -29,6 +29,7 @@ public:
 	bool requestTermination() override { return false; }
 	std::shared_ptr<ITaskStream> makeInputStream() override { return nullptr; }
 	std::shared_ptr<IOMNode> makeBoolNode(bool) override { return nullptr; }
+	std::shared_ptr<IOMNode> buildSysInfo() override { return nullptr; }
 };
 
 enum class Callee
