@@ -274,7 +274,7 @@ bool SiblingCoordinator::launchIfNotRunning()
 	fLaunchedProcessId = Process::launchProcess(launchArgs, fPublished.getPidFilePath());
 	Platform::unsetEnvironmentVariable(InternalCoordinator::LAUNCHED_VARIABLE);
 	fIsLaunched = fLaunchedProcessId != 0;
-	fLaunchTime = Platform::steadyNanoseconds();
+	fWaitStart = Platform::steadyNanoseconds();
 	return fIsLaunched;
 }
 
@@ -557,10 +557,20 @@ bool SiblingCoordinator::passIdleOrLaunched()
 	return !fQueue.empty() && launch();
 }
 
+// A process that lives gets more time: one of ours to start, one that has published to serve its pipe again.
+bool SiblingCoordinator::isComingUp()
+{
+	const std::int64_t waited = Platform::steadyNanoseconds() - fWaitStart;
+	if (fLaunchedProcessId != 0 && Process::isRunning(fLaunchedProcessId))
+	{
+		return waited < SLOW_START_NANOSECONDS;
+	}
+	return isRunning() && waited / 1000 < InternalCoordinator::getSettings().interCoordinatorPipeWaitTimeMicroseconds;
+}
+
 bool SiblingCoordinator::launchTimedOut()
 {
-	const bool isComingUp = fLaunchedProcessId != 0 && Process::isRunning(fLaunchedProcessId);
-	if (isComingUp && Platform::steadyNanoseconds() - fLaunchTime < SLOW_START_NANOSECONDS)
+	if (isComingUp())
 	{
 		resetNamedPipeTimeout();
 		return false;
@@ -595,6 +605,10 @@ bool SiblingCoordinator::launchTimedOut()
 
 bool SiblingCoordinator::launch()
 {
+	if (fSiblingState != SiblingState::LAUNCHED)
+	{
+		fWaitStart = Platform::steadyNanoseconds();
+	}
 	if (!launchIfNotRunning())
 	{
 		return giveUp("cannot launch");
@@ -656,9 +670,15 @@ bool SiblingCoordinator::sendFront()
 {
 	if (fHandle == 0)
 	{
+		if (Platform::steadyNanoseconds() < fNextOpenTime)
+		{
+			return false;
+		}
 		fHandle = Pipes::openWriteNamedPipe(fNamedPipePath);
 		if (fHandle == 0)
 		{
+			// One that starts again under its name takes away what an earlier one has left before it serves the pipe.
+			fNextOpenTime = Pipe::timeAfter(InternalCoordinator::getSettings().sleepWaitForPipeMicroseconds);
 			++fSendRetries;
 			fMustLook = true;
 			return false;

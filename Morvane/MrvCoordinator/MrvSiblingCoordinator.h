@@ -119,6 +119,7 @@ private:
 	bool passRunning();
 	bool passIdleOrLaunched();
 	bool launchTimedOut();
+	bool isComingUp();
 	bool launch();
 	bool giveUp(const std::string &reason);
 	bool writeFailed();
@@ -147,6 +148,7 @@ private:
 	bool fIsQueueFullLogged = false;
 	int fSendRetries = 0; // failed openings and writes for the front message
 	int fHandle = 0;      // of the pipe that leads there; 0: closed
+	std::int64_t fNextOpenTime = 0;
 	std::uint64_t fLossCount = 0;
 	std::int64_t fIdleSince = 0; // when the handle was last used; 0 while it is used
 
@@ -160,7 +162,7 @@ private:
 	bool fIsLaunched = false;
 	int fLaunchRetries = 0; // launches since it was RUNNING
 	std::uint32_t fLaunchedProcessId = 0;
-	std::int64_t fLaunchTime = 0;
+	std::int64_t fWaitStart = 0;        // of the launch, or of the wait for a pipe that a living process doesn't serve
 	std::int64_t fNamedPipeTimeout = 0; // when a launch counts as failed
 
 	bool fIsEndNoted = false;         // this process is ending

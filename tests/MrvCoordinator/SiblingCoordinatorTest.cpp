@@ -207,6 +207,31 @@ TEST_F(SiblingCoordinatorTest, FourFailedWritesEndWithANewLaunch)
 	takeLogLines();
 }
 
+// One that starts again takes away what an earlier one has left before it serves the pipe.
+TEST_F(SiblingCoordinatorTest, OneThatLivesMayTakeItsTimeUntilItServesItsPipe)
+{
+	InternalCoordinator::changeSettings().interCoordinatorPipeWaitTimeMicroseconds = 7'000'000;
+	EXPECT_TRUE(peer().publish("guid"));
+	send("kept");
+	const auto waitBeyondTheTimeOut = [this](int64_t seconds)
+	{
+		ASSERT_TRUE(runUntil([&] { return fSibling->getState() == SiblingState::LAUNCHED; }));
+		sAhead += seconds * SECOND;
+		runPasses(3);
+	};
+	waitBeyondTheTimeOut(5);
+	EXPECT_EQ(sTransitions, Strings{"IDLE>LAUNCHED"});
+	comeUp();
+	ASSERT_TRUE(runUntil(SiblingState::RUNNING));
+	EXPECT_EQ(received(), Strings{"kept"});
+	Pipes::closeNamedPipe(fReader);
+	fReader = 0;
+	send("lost");
+	waitBeyondTheTimeOut(8);
+	ASSERT_TRUE(runUntil(SiblingState::INACTIVE));
+	takeLogLines();
+}
+
 TEST_F(SiblingCoordinatorTest, TheQueueHasALimit)
 {
 	const std::string large(30 << 20, 'x');
