@@ -70,7 +70,14 @@ std::shared_ptr<ISibling> SiblingDirectory::findSibling(const std::string &coord
 	scanForActiveSiblings();
 	scanForNamedPipeSiblings();
 	scanForConfigSiblings();
-	return SiblingCoordinator::find(coordinatorName);
+	std::shared_ptr<SiblingCoordinator> sibling = SiblingCoordinator::find(coordinatorName);
+	// One that has just started publishes itself before it serves its pipe.
+	if (!sibling && PublishedProcess(InternalCoordinator::getSessionDataFolderPath(), coordinatorName).read().isAlive() &&
+	    registerSibling(coordinatorName))
+	{
+		sibling = SiblingCoordinator::find(coordinatorName);
+	}
+	return sibling;
 }
 
 bool SiblingDirectory::isKnownName(const std::string &coordinatorName) const

@@ -44,7 +44,8 @@ bool makeDirectory(const std::string &path);
 // Removes an empty folder.
 bool removeDirectory(const std::string &path);
 
-// Removes a file or a link, never what the link leads to.
+// Removes a file or a link, never what the link leads to. Where a file that somebody has open can't be removed, this waits for up to 100 ms
+// until it is closed.
 bool removeFile(const std::string &path);
 
 // Renames, in one step; a file that has the new name already is replaced. Where a file that somebody has open can't be renamed or

@@ -328,6 +328,11 @@ TEST(SiblingDirectoryTest, MainTidiesThePipeFolder)
 	EXPECT_LOG("failed to register sibling .lock");
 	EXPECT_LOG("failed to register sibling a b");
 	EXPECT_EQ(Dirs::scanDir(folder), Strings{});
+	// One that has published itself is known before its pipe is there.
+	const PublishedProcess starting(InternalCoordinator::getSessionDataFolderPath(), "net.morvane.coordinator.starting");
+	EXPECT_TRUE(starting.publish("guid"));
+	EXPECT_TRUE(directory.findSibling("net.morvane.coordinator.starting"));
+	EXPECT_TRUE(starting.withdraw());
 	EXPECT_TRUE(SiblingDirectory::registerSibling("net.morvane.coordinator.main"));
 	EXPECT_FALSE(SiblingCoordinator::find("net.morvane.coordinator.main"));
 	EXPECT_TRUE(SiblingDirectory::isTransientName("net.morvane.coordinator.p12"));

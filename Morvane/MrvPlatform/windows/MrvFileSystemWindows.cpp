@@ -47,17 +47,35 @@ HANDLE openForInformation(const std::wstring &path)
 	    FILE_FLAG_BACKUP_SEMANTICS, nullptr);
 }
 
-// Others look into a file that is polled, and scanners into every new one: for moments only, so a rename is worth some more attempts.
-constexpr int kRenameAttempts = 10;
-constexpr DWORD kRenamePauseMilliseconds = 10;
+// Others look into a file that is polled, and scanners into every new one: for moments only, so replacing or removing it is worth some more
+// attempts. `operation` gives whether it succeeded, `isHeldOpen` whether the error that it has left is worth another attempt.
+template <typename Operation, typename IsHeldOpen>
+bool attempt(Operation operation, IsHeldOpen isHeldOpen)
+{
+	constexpr int kAttempts = 10;
+	constexpr DWORD kPauseMilliseconds = 10;
+	for (int count = 1; !operation(); ++count)
+	{
+		if (count == kAttempts || !isHeldOpen(::GetLastError()))
+		{
+			return false;
+		}
+		::Sleep(kPauseMilliseconds);
+	}
+	return true;
+}
 
-// Whether a rename onto `to` failed because somebody has one of the files open. An open target is reported as denied access, and so is a
-// folder, which no waiting helps.
-bool isHeldOpen(const std::wstring &to, DWORD error)
+bool isHeldOpen(DWORD error)
+{
+	return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION;
+}
+
+// The same for a rename onto `to`: an open target is reported as denied access, and so is a folder, which no waiting helps.
+bool isTargetHeldOpen(const std::wstring &to, DWORD error)
 {
 	const DWORD attributes = ::GetFileAttributesW(to.c_str());
 	const bool isFolder = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-	return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION || (error == ERROR_ACCESS_DENIED && !isFolder);
+	return isHeldOpen(error) || (error == ERROR_ACCESS_DENIED && !isFolder);
 }
 
 const wchar_t *modeText(OpenMode mode)
@@ -175,7 +193,7 @@ bool removeFile(const std::string &path)
 	{
 		return false;
 	}
-	if (::DeleteFileW(wide->c_str()))
+	if (attempt([&] { return ::DeleteFileW(wide->c_str()) != 0; }, isHeldOpen))
 	{
 		return true;
 	}
@@ -189,19 +207,9 @@ bool renameReplacing(const std::string &from, const std::string &to)
 {
 	const std::optional<std::wstring> wideFrom = Windows::toWidePath(from);
 	const std::optional<std::wstring> wideTo = Windows::toWidePath(to);
-	for (int attempt = 1; wideFrom && wideTo; ++attempt)
-	{
-		if (::MoveFileExW(wideFrom->c_str(), wideTo->c_str(), MOVEFILE_REPLACE_EXISTING))
-		{
-			return true;
-		}
-		if (attempt == kRenameAttempts || !isHeldOpen(*wideTo, ::GetLastError()))
-		{
-			return false;
-		}
-		::Sleep(kRenamePauseMilliseconds);
-	}
-	return false;
+	return wideFrom && wideTo &&
+	       attempt([&] { return ::MoveFileExW(wideFrom->c_str(), wideTo->c_str(), MOVEFILE_REPLACE_EXISTING) != 0; },
+	           [&](DWORD error) { return isTargetHeldOpen(*wideTo, error); });
 }
 
 std::optional<std::string> currentDirectory()

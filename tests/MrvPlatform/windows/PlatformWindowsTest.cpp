@@ -13,6 +13,8 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <functional>
+#include <string>
 #include <thread>
 
 namespace Mrv
@@ -211,22 +213,18 @@ TEST(DirsWindowsTest, EitherSeparatorIsARoot)
 	EXPECT_EQ(Dirs::fullPath("missing"), Dirs::getCurrentDir() + "missing");
 }
 
-TEST(FileSystemWindowsTest, ARenameWaitsForAFileThatIsHeldOpen)
+TEST(FileSystemWindowsTest, AFileThatIsHeldOpenIsWaitedFor)
 {
 	const std::string folder = Dirs::getTmpPath();
 	const std::string from = folder + "rename-from";
 	const std::string to = folder + "rename-to";
-	const std::wstring wideTo = *Platform::Windows::toWide(to);
-	for (const bool isReleased : {true, false})
+	const auto write = [](const std::string &path) { EXPECT_TRUE(Dirs::replaceFile(path, "text")); };
+	// Held for a part of the time that the operation waits, or beyond it.
+	const auto whileHeld = [&to](bool isReleased, const std::function<bool()> &operation)
 	{
-		SCOPED_TRACE(isReleased);
-		EXPECT_TRUE(Dirs::replaceFile(to, "old"));
-		std::FILE *const file = Platform::openFile(from, Platform::OpenMode::WRITE);
-		ASSERT_TRUE(file);
-		std::fclose(file);
-		const HANDLE held = ::CreateFileW(wideTo.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+		const HANDLE held =
+		    ::CreateFileW(Platform::Windows::toWide(to)->c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
 		ASSERT_NE(held, INVALID_HANDLE_VALUE);
-		// Held for a part of the time that the rename waits, or beyond it.
 		std::thread releaser(
 		    [&]
 		    {
@@ -236,18 +234,29 @@ TEST(FileSystemWindowsTest, ARenameWaitsForAFileThatIsHeldOpen)
 				    ::CloseHandle(held);
 			    }
 		    });
-		EXPECT_EQ(Platform::renameReplacing(from, to), isReleased);
+		EXPECT_EQ(operation(), isReleased);
 		releaser.join();
 		if (!isReleased)
 		{
 			::CloseHandle(held);
 		}
-		EXPECT_EQ(Platform::fileInfo(to).size, isReleased ? 0 : 3);
+	};
+	for (const bool isReleased : {true, false})
+	{
+		SCOPED_TRACE(isReleased);
+		write(from);
+		write(to);
+		whileHeld(isReleased, [&] { return Platform::renameReplacing(from, to); });
+		EXPECT_EQ(Dirs::fileExists(from), !isReleased);
+		whileHeld(isReleased, [&] { return Platform::removeFile(to); });
+		EXPECT_EQ(Dirs::fileExists(to), !isReleased);
 	}
 	// Neither a folder nor a missing file is waited for.
 	const std::int64_t start = Platform::steadyNanoseconds();
 	EXPECT_FALSE(Platform::renameReplacing(from, folder));
 	EXPECT_FALSE(Platform::renameReplacing(from + "-missing", to));
+	EXPECT_FALSE(Platform::removeFile(folder));
+	EXPECT_FALSE(Platform::removeFile(from + "-missing"));
 	EXPECT_LT(Platform::steadyNanoseconds() - start, 10 * kSecond);
 	Platform::removeFile(from);
 	Platform::removeFile(to);
