@@ -82,22 +82,12 @@ var Morvane = (function () {
 			digits.substr(20, 12);
 	}
 
+	// Texts are gone through by whole runs: adding character by character copies the whole text each time in most hosts.
 	function quote(text) {
-		var result = "\"";
-		var i, code;
-		for (i = 0; i < text.length; i++) {
-			code = text.charCodeAt(i);
-			if (code === 34 || code === 92) {
-				result += "\\" + text.charAt(i);
-			} else if (code >= 32 && code < 127) {
-				result += text.charAt(i);
-			} else if (code < 128) {
-				result += "\\x" + hex(code, 2);
-			} else {
-				result += "\\u" + hex(code, 4);
-			}
-		}
-		return result + "\"";
+		return "\"" + text.replace(/[^ !#-\[\]-~]/g, function (character) {
+			var code = character.charCodeAt(0);
+			return code === 34 || code === 92 ? "\\" + character : code < 128 ? "\\x" + hex(code, 2) : "\\u" + hex(code, 4);
+		}) + "\"";
 	}
 
 	// Integers in full as far as they are exact, since some engines round them in texts; others with as many decimals as the language has.
@@ -117,9 +107,12 @@ var Morvane = (function () {
 		return (number < 0 ? "-" : "") + high + String(10000000 + (size - high * 10000000)).substr(1);
 	}
 
+	// An object may have a property of that name itself.
+	function hasOwn(value, key) { return Object.prototype.hasOwnProperty.call(value, key); }
+
 	function isPlainObject(value) {
 		return Object.prototype.toString.call(value) === "[object Object]" &&
-			(typeof value.constructor === "undefined" || value.constructor === Object || value.hasOwnProperty("constructor"));
+			(typeof value.constructor === "undefined" || value.constructor === Object || hasOwn(value, "constructor"));
 	}
 
 	// Text of a value that a coordinator can parse. Arrays and plain objects are taken apart; a date is its text; a function its source as a
@@ -171,7 +164,7 @@ var Morvane = (function () {
 		}
 		if (typeof value !== "function" && isPlainObject(value)) {
 			for (key in value) {
-				if (value.hasOwnProperty(key)) {
+				if (hasOwn(value, key)) {
 					parts.push(quote(key) + ": " + toText(value[key], path));
 				}
 			}
@@ -231,14 +224,16 @@ var Morvane = (function () {
 
 		function readString() {
 			var end = text.charAt(at++);
-			var bytes = "";
-			var character;
-			while (at < text.length) {
-				character = text.charAt(at++);
-				if (character === end) {
-					return decodeUTF8(bytes);
+			var stop = end === "\"" ? /["\\]/g : /['\\]/g;
+			var parts = [];
+			var found;
+			for (stop.lastIndex = at; (found = stop.exec(text)) !== null; stop.lastIndex = at) {
+				parts.push(text.substring(at, found.index));
+				at = found.index + 1;
+				if (found[0] === end) {
+					return decodeUTF8(parts.join(""));
 				}
-				bytes += character === "\\" ? readEscape() : character;
+				parts.push(readEscape());
 			}
 			return fail("no end of a string");
 		}
@@ -355,28 +350,17 @@ var Morvane = (function () {
 	var LETTERS = "zSseETAb<tnVfrOIL1234KYPDRC!UFWX";
 
 	function escapeLine(text) {
-		var result = "";
-		var i, code;
-		for (i = 0; i < text.length; i++) {
-			code = text.charCodeAt(i);
-			result += code < 32 ? "\\" + LETTERS.charAt(code)
-				: code === 34 || code === 39 || code === 92 ? "\\" + text.charAt(i) : text.charAt(i);
-		}
-		return result;
+		return text.replace(/[\x00-\x1F"'\\]/g, function (character) {
+			var code = character.charCodeAt(0);
+			return "\\" + (code < 32 ? LETTERS.charAt(code) : character);
+		});
 	}
 
 	function unescapeLine(line) {
-		var result = "";
-		var i, at;
-		for (i = 0; i < line.length; i++) {
-			if (line.charAt(i) !== "\\") {
-				result += line.charAt(i);
-			} else if (++i < line.length) {
-				at = LETTERS.indexOf(line.charAt(i));
-				result += at < 0 ? line.charAt(i) : String.fromCharCode(at);
-			}
-		}
-		return result;
+		return line.replace(/\\([\s\S]?)/g, function (escaped, letter) {
+			var at = letter ? LETTERS.indexOf(letter) : -1;
+			return at < 0 ? letter : String.fromCharCode(at);
+		});
 	}
 
 	// --- Loading
