@@ -134,7 +134,8 @@ void HostFunction::evaluateAndWait_yielding(Task &task, Value &result, Environme
 			{
 				const HostScriptOutcome &outcome = *frame->outcome;
 				const bool isOver = Platform::steadyNanoseconds() >= frame->end;
-				if (outcome.isReported && outcome.result && outcome.error && outcome.error->getType() == OMType::Undefined)
+				const bool isError = outcome.error && outcome.error->getType() != OMType::Undefined;
+				if (outcome.isReported && outcome.result && outcome.error && !isError)
 				{
 					result = Value::fromNode(outcome.result);
 					frame.finish();
@@ -142,7 +143,7 @@ void HostFunction::evaluateAndWait_yielding(Task &task, Value &result, Environme
 				else if (outcome.isReported)
 				{
 					result = Evaluation::fail(
-					    *this, "hostEval: " + (outcome.error ? outcome.error->toString() : std::string("the report can't be read")));
+					    *this, "hostEval: " + (isError ? outcome.error->toString() : std::string("the report can't be read")));
 					frame.finish();
 				}
 				else if (outcome.isDropped || isOver)

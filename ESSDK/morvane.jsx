@@ -178,6 +178,9 @@ var Morvane = (function () {
 	}
 
 	function errorText(error) {
+		if (typeof error === "undefined") {
+			return quote("undefined"); // as it stands it says that nothing was thrown
+		}
 		if (!(error instanceof Error) && !(error && error.message)) {
 			return toText(error);
 		}
@@ -319,6 +322,10 @@ var Morvane = (function () {
 					result[key] = readValue(depth + 1);
 				});
 				return result;
+			}
+			if (text.substr(at, 4) === "-inf") {
+				at += 4;
+				return -Infinity;
 			}
 			if (character === "-" || (character >= "0" && character <= "9")) {
 				return readNumber();

@@ -307,6 +307,7 @@ std::size_t ReadPipe::getListeningCount() const
 
 void ReadPipe::fillPool(std::vector<std::shared_ptr<ReadPipeHandleBuffer>> &disconnected)
 {
+	fIsFullReported = fIsFullReported && fReadPipeHandleBufferPool.size() >= Limits::PIPE_POOL_INSTANCES;
 	for (std::size_t listening = getListeningCount(); listening < Limits::PIPE_LISTENING_INSTANCES; ++listening)
 	{
 		if (!disconnected.empty())
@@ -345,7 +346,11 @@ bool ReadPipe::dropLongestSilent()
 	{
 		return false;
 	}
-	LOG_WARNING(logPrefix() + "too many connections; the longest silent one is ended");
+	if (!fIsFullReported)
+	{
+		LOG_WARNING(logPrefix() + "too many connections; the longest silent ones are ended");
+		fIsFullReported = true;
+	}
 	fReadPipeHandleBufferPool[longest]->forceFinalState();
 	fReadPipeHandleBufferPool.erase(fReadPipeHandleBufferPool.begin() + static_cast<std::ptrdiff_t>(longest));
 	return true;

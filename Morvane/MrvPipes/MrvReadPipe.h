@@ -95,6 +95,7 @@ private:
 	ReadPipeState fState = ReadPipeState::UNKNOWN;
 	std::vector<std::shared_ptr<ReadPipeHandleBuffer>> fReadPipeHandleBufferPool;
 	Platform::PipeOutcome fLastCreateOutcome = Platform::PipeOutcome::SUCCESS;
+	bool fIsFullReported = false;
 
 	std::unordered_map<Platform::ProcessId, ReadPipeBuffer> fBuffers;
 	const char *fLastComplaint = nullptr; // of the process

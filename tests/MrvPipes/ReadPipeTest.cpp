@@ -229,6 +229,12 @@ TEST_F(ReadPipeTest, BeyondTheLargestPoolTheLongestSilentGoes)
 	EXPECT_FALSE(writers[0]->isReaderGone);
 	EXPECT_TRUE(writers[1]->isReaderGone);
 	EXPECT_FALSE(writers[2]->isReaderGone);
+	// Said once as long as it lasts.
+	writers.push_back(fPipes.connectWriter(OTHER));
+	fPipe->poll();
+	EXPECT_TRUE(writers[2]->isReaderGone);
+	EXPECT_LOG("too many connections");
+	EXPECT_FALSE(takeLogLine("too many connections"));
 	Platform::setClockSource(nullptr);
 }
 

@@ -70,6 +70,13 @@ TEST_F(ExternalObjectTest, ScriptsReachTheHostAndItsReportsComeBack)
 	EXPECT_NE(answer().find("\\\"result\\\": \\\"error\\\""), std::string::npos);
 	EXPECT_NE(logText().find("no such function"), std::string::npos);
 
+	ask("typeof hostEval('odd()')");
+	ASSERT_TRUE(waitFor("mrvGetScriptQueueSize"));
+	call("mrvReportScriptCompleted", {"undefined", "("});
+	call("mrvAdvanceScriptQueue");
+	EXPECT_NE(answer().find("\\\"result\\\": \\\"error\\\""), std::string::npos);
+	EXPECT_NE(logText().find("the report can't be read"), std::string::npos);
+
 	// In order, with call-backs, and the outcome goes to the first one.
 	ask("got = []; evalExtendScript('a', function(r, e) { got.push(r) }); 'b'.evalExtendScript(function(r, e) { got.push([r, e]) }); 1");
 	answer();

@@ -50,6 +50,7 @@ expect("host object", Morvane.toText(new HostObject()), "\"[object Layer]\"");
 expect("hostile object", Morvane.toText({toString: 1, get: {hasOwnProperty: 5}}), "{\"toString\": 1, \"get\": {\"hasOwnProperty\": 5}}");
 
 expect("numbers", Morvane.fromText(" [1, -2.5, 0x10, 1e3, NaN] "), [1, -2.5, 16, 1000, NaN]);
+expect("infinite", Morvane.fromText("[inf, -inf]").join(), "Infinity,-Infinity");
 expect("strings", Morvane.fromText("\"\\xE2\\x82\\xAC\\n\\u20AC'\\\"\" "), "\u20AC\n\u20AC'\"");
 expect("maps", Morvane.fromText("{  }"), {});
 expect("nested", Morvane.fromText("{a: {\"b\": [true, false, null, undefined]}, 'c': 'd',}"), {a: {b: [true, false, null, undefined]}, c: "d"});
@@ -88,12 +89,13 @@ expect("started", Morvane.isStarted(), true);
 var lines = [];
 Morvane.onLog = function (line) { lines.push(line); };
 fake.log = ["one", "two"];
-fake.scripts = ["1 + 2", "undefinedName.x", "({a: [1]})", "Morvane.timeslice(); 5"];
+fake.scripts = ["1 + 2", "undefinedName.x", "({a: [1]})", "Morvane.timeslice(); 5", "throw undefined"];
 Morvane.timeslice();
 expect("log", lines, ["one", "two"]);
-expect("reports", fake.reports.length, 4);
+expect("reports", fake.reports.length, 5);
 expect("result", fake.reports[0], ["undefined", "3"]);
 expect("error", /ReferenceError/.test(fake.reports[1][0]) && fake.reports[1][1] === "undefined", true);
+expect("nothing thrown", fake.reports[4], ["\"undefined\"", "undefined"]);
 expect("object", fake.reports[2], ["undefined", "{\"a\": [1]}"]);
 expect("a slice within a slice", [fake.slices, fake.reports[3][1]], [1, "5"]);
 
