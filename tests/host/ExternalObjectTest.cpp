@@ -136,6 +136,7 @@ TEST(ExternalObjectUnloadTest, AHundredTimesNothingIsKept)
 {
 	constexpr int SETTLED = 20;
 	std::size_t before = 0;
+	std::size_t handlesBefore = 0;
 	for (int round = 0; round < SETTLED + 100; ++round)
 	{
 		{
@@ -147,7 +148,9 @@ TEST(ExternalObjectUnloadTest, AHundredTimesNothingIsKept)
 		}
 		ASSERT_FALSE(SharedLibrary::isInMemory(LIBRARY));
 		before = round == SETTLED ? residentBytes() : before;
+		handlesBefore = round == SETTLED ? openHandles() : handlesBefore;
 	}
+	EXPECT_LT(openHandles(), handlesBefore + 50);
 	if (IS_MEMORY_EXACT)
 	{
 		EXPECT_LT(residentBytes(), before + 2'000'000);

@@ -1,4 +1,5 @@
 // The sleep is one `ppoll` over an event descriptor, which `wake` writes to, and the registered descriptors.
+#include "MrvPlatform/MrvLasting.h"
 #include "MrvPlatform/MrvSleepSources.h"
 
 #include <atomic>
@@ -12,16 +13,24 @@ namespace Mrv::Platform
 {
 namespace
 {
-// Made before `main`, so that a signal handler never has to make it. -1 when the system has no descriptor left: a signal then
-// still interrupts the wait.
-const int sWakeDescriptor = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+int makeWakeDescriptor();
+
+// Made before `main`, so that a signal handler never has to make it; closed when the module goes, which a host's libraries do many times
+// in one process. -1 when the system has no descriptor left: a signal then still interrupts the wait.
+std::atomic<int> sWakeDescriptor{makeWakeDescriptor()};
 std::atomic<bool> sWakePending{false};
+
+int makeWakeDescriptor()
+{
+	callAtUnload([](void *) { ::close(sWakeDescriptor.exchange(-1)); }, nullptr);
+	return ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+}
 
 void consumeWake()
 {
 	sWakePending.store(false);
 	std::uint64_t count = 0;
-	if (sWakeDescriptor >= 0 && ::read(sWakeDescriptor, &count, sizeof(count)) < 0)
+	if (const int descriptor = sWakeDescriptor.load(); descriptor >= 0 && ::read(descriptor, &count, sizeof(count)) < 0)
 	{
 		// Nothing was there; that is the usual case.
 	}
@@ -33,7 +42,7 @@ void wake() noexcept
 	const int savedErrno = errno;
 	sWakePending.store(true);
 	const std::uint64_t one = 1;
-	if (sWakeDescriptor >= 0 && ::write(sWakeDescriptor, &one, sizeof(one)) < 0)
+	if (const int descriptor = sWakeDescriptor.load(); descriptor >= 0 && ::write(descriptor, &one, sizeof(one)) < 0)
 	{
 		// The counter is full, so a wake is pending anyway.
 	}

@@ -1,5 +1,6 @@
 // The sleep is one wait for an event, which `wake` sets, for a timer, since the wait's own time-out is as coarse as the system's
 // tick, and for the registered handles.
+#include "MrvPlatform/MrvLasting.h"
 #include "MrvPlatform/MrvSleepSources.h"
 #include "MrvPlatform/windows/MrvWide.h"
 
@@ -11,8 +12,15 @@ namespace Mrv::Platform
 {
 namespace
 {
+// A host loads and unloads libraries many times in one process.
+HANDLE closedAtUnload(HANDLE handle)
+{
+	callAtUnload([](void *subject) { ::CloseHandle(subject); }, handle);
+	return handle;
+}
+
 // Made before `main`: the console's handler runs in a thread of its own and may come at any time. Resets itself after a wait.
-const HANDLE sWakeEvent = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+const HANDLE sWakeEvent = closedAtUnload(::CreateEventW(nullptr, FALSE, FALSE, nullptr));
 
 HANDLE makeTimer()
 {
@@ -60,7 +68,7 @@ private:
 
 bool Detail::waitNanoseconds(std::int64_t nanoseconds)
 {
-	static const HANDLE sTimer = makeTimer();
+	static const HANDLE sTimer = closedAtUnload(makeTimer());
 	LARGE_INTEGER due{};
 	due.QuadPart = -std::max<std::int64_t>(nanoseconds / 100, 1);
 	const auto plainSleep = [nanoseconds] { ::Sleep(static_cast<DWORD>(std::min<std::int64_t>((nanoseconds + 999'999) / 1'000'000, 10))); };
