@@ -52,6 +52,10 @@ int ProcessRun::run()
 	Task::exitAllTasks(fCoordinator.getMainTask().get());
 	endOrderly(settings.delayQuitMicroseconds);
 	InternalCoordinator::setInputKind(InternalCoordinator::InputKind::EMPTY); // gives a terminal its modes back
+	if (fStatus == WELL && fCoordinator.isPipeRefused())
+	{
+		end(NO_START, "the coordinator could not start: its pipe can't be opened");
+	}
 	if (Platform::console().flush() == Platform::WriteOutcome::FAILED)
 	{
 		end(ENDED_IN_ERROR, "standard output can't be written");

@@ -26,6 +26,7 @@ private:
 		WELL = 0,
 		ENDED_IN_ERROR = 1,
 		NO_SCRIPT = 2,
+		NO_START = 3,
 		SIGNAL_BASE = 128,
 	};
 

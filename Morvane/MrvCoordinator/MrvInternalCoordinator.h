@@ -98,6 +98,8 @@ public:
 	// Keeps the input pipe open and takes the messages that have come by it. False, with a log line and the wish to end, when the pipe
 	// can't be opened.
 	bool monitorNamedPipe();
+	// Whether it could not be opened when that was tried last.
+	bool isPipeRefused() const { return fIsPipeFailureLogged; }
 	// Closes the input pipe and removes its proxy file, unless that is another process's.
 	bool destroyNamedPipe();
 	bool reportMessagingActivityInEventLoop() override;

@@ -131,6 +131,19 @@ TEST_F(ProcessRunTest, AScriptHasItsArgumentsAndStandardInput)
 	EXPECT_NE(fOutput.find("one"), std::string::npos);
 }
 
+// Nobody could reach it, so the process ends; that isn't the end that its script would have come to.
+TEST_F(ProcessRunTest, APipeThatCannotBeOpenedIsNoStart)
+{
+	const std::string separator(1, Platform::pathSeparator());
+	const std::string proxyPath =
+	    Dirs::getUserDataPath() + "net.morvane" + separator + "NamedPipes" + separator + "net.morvane.coordinator.refused";
+	ASSERT_TRUE(Dirs::mkDir(proxyPath, DirRecurse::RECURSE));
+	EXPECT_EQ(run({"-n", "refused", "-s"}), 3);
+	EXPECT_NE(fErrorOutput.find("morvane: the coordinator could not start: its pipe can't be opened\n"), std::string::npos) << fErrorOutput;
+	EXPECT_EQ(runInput("while (true) { yield(1); }", {"-n", "refused"}), 3);
+	Dirs::rmDir(proxyPath, DirRecurse::RECURSE);
+}
+
 TEST_F(ProcessRunTest, AScriptFromStandardInputIsReadToItsEndFirst)
 {
 	for (const Strings &arguments : {Strings{"-f", "-"}, Strings{}, Strings{"argument"}})
