@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <string>
 
 namespace Mrv::Test
 {
@@ -13,12 +14,15 @@ namespace
 {
 constexpr DWORD LONGEST = 90'000; // milliseconds
 
-// A stream of the program, kept in a file for as long as it runs.
+// A stream of the program, kept in a file for as long as it runs. Each has a name of its own: a program that opens a window under Wine may
+// start the desktop, which inherits the handle and lives on for a while.
 class StreamFile
 {
 public:
-	explicit StreamFile(const wchar_t *name) : fPath(std::filesystem::temp_directory_path() / name)
+	StreamFile()
 	{
+		static unsigned sCount = 0;
+		fPath = std::filesystem::temp_directory_path() / ("morvane-run-" + std::to_string(++sCount) + ".txt");
 		SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
 		fHandle = CreateFileW(fPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
 	}
@@ -40,7 +44,7 @@ public:
 	}
 
 private:
-	const std::filesystem::path fPath;
+	std::filesystem::path fPath;
 	HANDLE fHandle;
 };
 }
@@ -48,8 +52,8 @@ private:
 ProgramRun runProgram(const std::vector<std::string> &arguments)
 {
 	ProgramRun run;
-	StreamFile output(L"morvane-run-output.txt");
-	StreamFile errors(L"morvane-run-errors.txt");
+	StreamFile output;
+	StreamFile errors;
 	STARTUPINFOW startup{};
 	startup.cb = sizeof startup;
 	startup.dwFlags = STARTF_USESTDHANDLES;
