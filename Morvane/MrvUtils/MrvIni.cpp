@@ -274,7 +274,12 @@ bool Ini::setEntry(const std::string &section, const std::string &key, const Val
 
 bool Ini::setEntry(const std::string &section, const std::string &key, std::size_t idx, const std::string &value)
 {
-	const Entry *const entry = findHere(section, key);
+	const Section *const known = fSections.find(section);
+	const Entry *entry = known ? findIn(*known, key) : nullptr;
+	if (known && !entry)
+	{
+		entry = known->entries.find(key); // a line for a system, named in full
+	}
 	Values values = entry ? entry->values : Values();
 	if (idx < values.size())
 	{

@@ -135,6 +135,8 @@ TEST(IniTest, KeysOfOneSystem)
 	EXPECT_EQ(ini.toString(), "[s]\na=\"plain\"\na." + SYSTEM + "=\"changed\"\na." + OTHER_SYSTEM + "=\"other\"\nb." + OTHER_SYSTEM +
 	                              "=\"changed there\"\nc." + SYSTEM + "=\"own\"\nd=\"changed\"\nd.mac=\"mac\"\ne.exe=\"e\"\n." + SYSTEM +
 	                              "=\"no suffix\"\n");
+	EXPECT_TRUE(ini.setEntry("s", "b." + OTHER_SYSTEM, 1, "and more"));
+	EXPECT_NE(ini.toString().find("b." + OTHER_SYSTEM + "=\"changed there\",\"and more\"\n"), std::string::npos);
 	EXPECT_TRUE(ini.setEntry("s", "a", Strings{}));
 	EXPECT_EQ(ini.getEntry("s", "a"), "plain");
 	EXPECT_TRUE(ini.setEntry("s", "new." + SYSTEM, "n"));
