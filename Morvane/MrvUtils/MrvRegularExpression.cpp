@@ -1,9 +1,12 @@
 #include "MrvUtils/MrvRegularExpression.h"
 
 #include "MrvLogger/MrvLogger.h"
+#include "MrvPlatform/MrvStack.h"
 #include "MrvUtils/MrvRegularExpressionAutomaton.h"
 
+#include <iterator>
 #include <regex>
+#include <stdexcept>
 #include <unordered_map>
 
 namespace Mrv
@@ -14,6 +17,70 @@ namespace
 // Longer patterns are judged by our own reading of the same grammar.
 constexpr size_t MAX_LIBRARY_PATTERN = 400;
 constexpr size_t MAX_LIBRARY_NESTING = 60;
+// The library's matcher recurses for each state, and tries all ways: `(a|a)*(?=b)c` takes 2^24 times as long on 24 bytes as on none. So
+// the states are few, and each look at the text counts and is refused when the stack runs low.
+constexpr uint64_t MAX_BACKTRACKING_SIZE = 400;
+constexpr uint64_t MAX_BACKTRACKING_STEPS = uint64_t{1} << 18;
+constexpr size_t BACKTRACKING_STACK_RESERVE = size_t{256} * 1024;
+
+// A place in a text that counts how often any such place is looked at, and throws when that was too often.
+class CountedPosition
+{
+public:
+	using iterator_category = std::bidirectional_iterator_tag;
+	using value_type = char;
+	using difference_type = std::ptrdiff_t;
+	using pointer = const char *;
+	using reference = const char &;
+
+	CountedPosition() = default;
+	CountedPosition(const char *position, uint64_t &stepsLeft) : fPosition(position), fStepsLeft(&stepsLeft) {}
+
+	reference operator*() const
+	{
+		count();
+		return *fPosition;
+	}
+	CountedPosition &operator++()
+	{
+		++fPosition;
+		return *this;
+	}
+	CountedPosition operator++(int)
+	{
+		const CountedPosition before = *this;
+		++fPosition;
+		return before;
+	}
+	CountedPosition &operator--()
+	{
+		--fPosition;
+		return *this;
+	}
+	CountedPosition operator--(int)
+	{
+		const CountedPosition before = *this;
+		--fPosition;
+		return before;
+	}
+	bool operator==(const CountedPosition &other) const
+	{
+		count();
+		return fPosition == other.fPosition;
+	}
+
+private:
+	void count() const
+	{
+		if (fStepsLeft && ((*fStepsLeft)-- == 0 || Platform::stackBytesLeft() - 1 < BACKTRACKING_STACK_RESERVE))
+		{
+			throw std::runtime_error("a regular expression takes too long or too much stack");
+		}
+	}
+
+	const char *fPosition = nullptr;
+	uint64_t *fStepsLeft = nullptr;
+};
 
 // Letters, digits, dots and what can't be misread: valid at first sight.
 bool isPlain(const std::string &pattern)
@@ -65,7 +132,8 @@ void RegularExpression::prepare(const std::string &pattern)
 {
 	const RegularExpressionSyntax syntax(pattern);
 	const bool isForLibrary = pattern.size() <= MAX_LIBRARY_PATTERN && syntax.getNesting() <= MAX_LIBRARY_NESTING;
-	if (!syntax.isValid() || (syntax.needsBacktracking() && !isForLibrary))
+	const bool mayBacktrack = isForLibrary && syntax.getWrittenOutSize() <= MAX_BACKTRACKING_SIZE;
+	if (!syntax.isValid() || (syntax.needsBacktracking() && !mayBacktrack))
 	{
 		return;
 	}
@@ -128,10 +196,13 @@ bool RegularExpression::searchByBacktracking(std::string_view text) const
 	}
 	try
 	{
-		return std::regex_search(text.begin(), text.end(), fBacktracking->expression);
+		uint64_t stepsLeft = MAX_BACKTRACKING_STEPS;
+		return std::regex_search(
+		    CountedPosition(text.data(), stepsLeft), CountedPosition(text.data() + text.size(), stepsLeft), fBacktracking->expression);
 	}
 	catch (const std::exception &)
 	{
+		LOG_WARNING("regular expression with back-references or look-ahead: given up, it takes too long");
 		fMethod = Method::NONE;
 		return false;
 	}

@@ -196,6 +196,7 @@ size_t RegularExpressionSyntax::parseAlternatives()
 	std::vector<size_t> alternatives{parseSequence()};
 	while (fIsValid && take("|"))
 	{
+		++fWrittenOutSize;
 		alternatives.push_back(parseSequence());
 	}
 	return alternatives.size() == 1 ? alternatives.front() : addNode(Node{Type::ALTERNATIVES, 0, 0, 0, std::move(alternatives)});
@@ -218,6 +219,7 @@ size_t RegularExpressionSyntax::parseSequence()
 
 size_t RegularExpressionSyntax::parseTerm()
 {
+	const uint64_t sizeBefore = fWrittenOutSize++;
 	if (take("^"))
 	{
 		return addNode(Type::BEGIN);
@@ -239,10 +241,10 @@ size_t RegularExpressionSyntax::parseTerm()
 		return parseLookAhead();
 	}
 	const size_t atom = parseAtom();
-	return atom == NOTHING ? NOTHING : parseQuantifiers(atom);
+	return atom == NOTHING ? NOTHING : parseQuantifiers(atom, sizeBefore);
 }
 
-size_t RegularExpressionSyntax::parseQuantifiers(size_t atom)
+size_t RegularExpressionSyntax::parseQuantifiers(size_t atom, uint64_t sizeBefore)
 {
 	for (size_t count = 0; fIsValid && !isAtEnd(); ++count)
 	{
@@ -272,6 +274,8 @@ size_t RegularExpressionSyntax::parseQuantifiers(size_t atom)
 		{
 			return fail();
 		}
+		const uint64_t copies = std::max(maximum == UNLIMITED ? minimum : maximum, uint64_t{1});
+		fWrittenOutSize = std::min(sizeBefore + (fWrittenOutSize - sizeBefore + 1) * copies, MAX_WRITTEN_OUT_SIZE);
 		atom = addNode(Node{Type::REPETITION, 0, minimum, maximum, {atom}});
 	}
 	return atom;

@@ -20,6 +20,7 @@ public:
 	static constexpr size_t MAX_QUANTIFIERS = 400;
 	static constexpr uint64_t MAX_REPETITIONS = 100000;
 	static constexpr uint64_t UNLIMITED = ~uint64_t{0};
+	static constexpr uint64_t MAX_WRITTEN_OUT_SIZE = uint64_t{1} << 40; // larger ones aren't told apart
 
 	using ByteSet = std::bitset<256>;
 
@@ -59,6 +60,8 @@ public:
 	// It holds a back-reference or a look-ahead; those are left out of the tree.
 	bool needsBacktracking() const { return fNeedsBacktracking; }
 	size_t getNesting() const { return fDeepest; }
+	// About how many terms there are when repetitions with counts are written out, those in look-aheads included.
+	uint64_t getWrittenOutSize() const { return fWrittenOutSize; }
 	size_t getRoot() const { return fRoot; }
 	const Node &getNode(size_t position) const { return fNodes[position]; }
 	const std::vector<ByteSet> &getSets() const { return fSets; }
@@ -82,7 +85,8 @@ private:
 	size_t parseGroup();
 	size_t parseLookAhead();
 	size_t parseEscape();
-	size_t parseQuantifiers(size_t atom);
+	// `sizeBefore`: the size written out of all that stands before the atom.
+	size_t parseQuantifiers(size_t atom, uint64_t sizeBefore);
 	bool parseBraces(uint64_t &minimum, uint64_t &maximum);
 	bool takeNumber(uint64_t &number);
 	bool takeHex(size_t digits, char &byte);
@@ -111,6 +115,7 @@ private:
 	size_t fRoot = 0;
 	size_t fNesting = 0;
 	size_t fDeepest = 0;
+	uint64_t fWrittenOutSize = 0;
 	size_t fGroupCount = 0;
 	std::vector<size_t> fOpenGroups;
 	bool fNeedsBacktracking = false;

@@ -129,6 +129,15 @@ TEST(RegularExpressionTest, WhatMustRememberIsTriedOnShortTextsOnly)
 	EXPECT_FALSE(takeLogLine("not tried on a longer text")) << "logged once";
 	EXPECT_TRUE(find("a(?=b)", "ab"));
 	EXPECT_FALSE(find("a(?!b)", "ab"));
+	// Short texts have endless ways as well.
+	for (const char *const pattern : {"^(a|a|a|a)*(?=b)c", "(?:(a|b|)*(?=(a*)*))*z", "((((((a*)*)*)*)*)*)*\\6b"})
+	{
+		const RegularExpression endless(pattern);
+		EXPECT_TRUE(endless.isValid()) << pattern;
+		EXPECT_FALSE(endless.search(std::string(24, 'a'))) << pattern;
+		EXPECT_TRUE(takeLogLine("it takes too long")) << pattern;
+		EXPECT_FALSE(endless.isValid()) << pattern;
+	}
 }
 
 TEST(RegularExpressionTest, TooLargeOrTooDeepIsNotValid)
@@ -138,6 +147,8 @@ TEST(RegularExpressionTest, TooLargeOrTooDeepIsNotValid)
 	EXPECT_FALSE(RegularExpression(std::string(300, '(') + "a" + std::string(300, ')')).isValid());
 	EXPECT_FALSE(RegularExpression("a{99999999999999999999}").isValid());
 	EXPECT_FALSE(RegularExpression("a" + std::string(30000, '*')).isValid());
+	EXPECT_FALSE(RegularExpression("(a?){6000}(?=b)").isValid());
+	EXPECT_FALSE(RegularExpression("(?:(?=(?:a|){99})|){9}b").isValid());
 	EXPECT_FALSE(RegularExpression(std::string(70000, 'a')).isValid());
 	EXPECT_TRUE(RegularExpression(std::string(60000, 'a')).isValid());
 	EXPECT_TRUE(RegularExpression("(x|" + std::string(2000, 'a') + ")+").search(std::string(2000, 'a')));

@@ -20,6 +20,7 @@ std::shared_ptr<MatchNode> MatchNodeRegExp::factory(
 bool MatchNodeRegExp::isIterMatch(const ChildCursor &cursor) const
 {
 	ChildCursor::KeyRoom room;
-	return fRegExp->search(cursor.getKey(room)) != fIsInverted;
+	const bool isFound = fRegExp->search(cursor.getKey(room));
+	return isFound != fIsInverted && fRegExp->isValid(); // it may have failed just now
 }
 }
