@@ -70,7 +70,7 @@ Value findElement(const BuiltinCall &call, const ArrayContainer &array, const Va
 	NodeWalk walk("indexOf");
 	for (size_t index = from; index < array.size(); ++index)
 	{
-		const Comparison comparison = walk.visit() ? compareEqual(array.fItems[index].inPlace(), needle) : Comparison::FAILED;
+		const Comparison comparison = compareEqual(array.fItems[index].inPlace(), needle, walk);
 		if (comparison == Comparison::FAILED)
 		{
 			return Evaluation::fail(call.place, "indexOf failed");

@@ -120,7 +120,11 @@ Comparison identical(const Value &left, const Value &right, NodeWalk &walk)
 		case OMType::Float:
 			return yesNo(left.floatPayload() == right.floatPayload());
 		case OMType::String:
-			return yesNo(left.text() == right.text());
+			if (left.text().size() != right.text().size())
+			{
+				return Comparison::NO;
+			}
+			return walk.visitText(left.text().size()) ? yesNo(left.text() == right.text()) : Comparison::FAILED;
 		case OMType::Expression:
 			return equalExpressions(left, right, walk);
 		case OMType::Array:
@@ -214,6 +218,11 @@ Comparison compareEqual(const Value &left, const Value &right)
 {
 	// Both sides NaN: unequal to everything, and yet `!=` and `!==` invert what comes from here.
 	NodeWalk walk("==");
+	return compareEqual(left, right, walk);
+}
+
+Comparison compareEqual(const Value &left, const Value &right, NodeWalk &walk)
+{
 	return equal(left, right, walk);
 }
 

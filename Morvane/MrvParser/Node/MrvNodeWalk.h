@@ -39,6 +39,12 @@ public:
 		}
 		return true;
 	}
+	// Counts text that is looked at; false when the walk must stop.
+	bool visitText(size_t bytes)
+	{
+		fVisits += bytes / BYTES_OF_A_VISIT;
+		return (fVisits < fNextCheck && !fIsStopped) || checkSlowly();
+	}
 	// Counts room that the walk takes for what it builds; false when it must stop.
 	bool takeRoom(size_t bytes)
 	{
@@ -75,6 +81,7 @@ public:
 
 private:
 	static constexpr uint64_t CHECK_INTERVAL = 1000; // visits between two looks at the task's deadline
+	static constexpr size_t BYTES_OF_A_VISIT = 16;   // so two Strings of any length can be compared
 
 	bool checkSlowly();
 

@@ -5,6 +5,8 @@
 
 namespace Mrv
 {
+class NodeWalk;
+
 // What the operators do to values. A node that travels as itself and holds a plain value (`this`) counts as that value. None of them
 // suspends; none needs a scope, so the parser folds constants with them. The results differ from JavaScript's in ways that are required:
 // see docs/language.md.
@@ -28,6 +30,8 @@ enum class Comparison : uint8_t
 	FAILED, // no order between these values, or a limit was reached; a line has been logged
 };
 Comparison compareEqual(const Value &left, const Value &right);
+// As one step of a walk, by whose limits it goes.
+Comparison compareEqual(const Value &left, const Value &right, NodeWalk &walk);
 Comparison compareIdentical(const Value &left, const Value &right);
 Comparison compareLess(const Value &left, const Value &right);
 
