@@ -129,8 +129,13 @@ bool GUIDClass::isValid(const std::string &text)
 
 GUIDClass *GUIDClass::randomFactory()
 {
-	const std::uint64_t high = generator()();
-	return factory(GUIDValue{high, generator()()});
+	const std::uint64_t high = randomBits();
+	return factory(GUIDValue{high, randomBits()});
+}
+
+std::uint64_t GUIDClass::randomBits()
+{
+	return generator()();
 }
 
 const std::string &GUIDClass::toSectionedString()

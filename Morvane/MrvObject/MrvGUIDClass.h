@@ -49,6 +49,8 @@ public:
 
 	// A random value; all 128 bits are drawn.
 	static GUIDClass *randomFactory();
+	// 64 bits from where those are drawn.
+	static std::uint64_t randomBits();
 
 	GUIDValue get() const { return fValue; }
 

@@ -4,6 +4,7 @@
 #include "MrvParser/Node/MrvArrayContainer.h"
 #include "MrvParser/Node/MrvMapContainer.h"
 
+#include "MrvObject/MrvGUIDClass.h"
 #include "MrvObject/MrvHash.h"
 #include "MrvParser/Node/MrvOMStored.h"
 
@@ -21,6 +22,14 @@ const std::shared_ptr<IOMNode> &nodeOfPlace(Value &place)
 		place = Value::cell(place.toNode());
 	}
 	return place.node();
+}
+
+// The slot at which the search for a hash begins. Names come from other people's texts, and it is easy to find many whose hashes end alike:
+// so the slot is made of all bits of the hash, and differently in each process.
+size_t firstSlot(uint64_t hash, size_t mask) noexcept
+{
+	static const uint64_t sFactor = GUIDClass::randomBits() | 1;
+	return ((hash * sFactor) >> 32) & mask;
 }
 }
 
@@ -70,7 +79,7 @@ size_t MapContainer::find(const Name &name) const noexcept
 		return NOT_FOUND;
 	}
 	const size_t mask = fIndex.size() - 1;
-	for (size_t slot = name.hash & mask; fIndex[slot] != FREE; slot = (slot + 1) & mask)
+	for (size_t slot = firstSlot(name.hash, mask); fIndex[slot] != FREE; slot = (slot + 1) & mask)
 	{
 		if (fEntries[fIndex[slot]].name == name)
 		{
@@ -102,7 +111,7 @@ Value &MapContainer::getOrCreate(const Name &name)
 		else
 		{
 			const size_t mask = fIndex.size() - 1;
-			size_t slot = name.hash & mask;
+			size_t slot = firstSlot(name.hash, mask);
 			while (fIndex[slot] != FREE)
 			{
 				slot = (slot + 1) & mask;
@@ -152,7 +161,7 @@ void MapContainer::rebuildIndex(size_t minimumCapacity)
 	fIndex.assign(capacity, FREE);
 	for (size_t position = 0; position < fEntries.size(); ++position)
 	{
-		size_t slot = fEntries[position].name.hash & (capacity - 1);
+		size_t slot = firstSlot(fEntries[position].name.hash, capacity - 1);
 		while (fIndex[slot] != FREE)
 		{
 			slot = (slot + 1) & (capacity - 1);

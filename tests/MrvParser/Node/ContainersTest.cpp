@@ -2,10 +2,12 @@
 #include "MrvParser/Node/MrvIOMNodeIterator.h"
 #include "MrvParser/Node/MrvMapContainer.h"
 #include "MrvParser/Node/MrvOMStored.h"
+#include "MrvPlatform/MrvClock.h"
 #include "support/TestLog.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 
@@ -27,6 +29,56 @@ std::vector<std::string> keysInOrder(const MapContainer &map)
 	return keys;
 }
 
+constexpr uint64_t LOW_BITS = (uint64_t{1} << 20) - 1; // more than an index of 2^13 names looks at
+
+// 2^13 names whose FNV hashes end alike: of each next piece there are two that leave these bits the same.
+std::vector<std::string> namesThatCollide()
+{
+	std::mt19937 random(5); // NOLINT(cert-msc51-cpp): the same names each time
+	std::vector<std::string> names{""};
+	for (int level = 0; level < 13; ++level)
+	{
+		std::map<uint64_t, std::string> pieces;
+		std::string piece;
+		uint64_t low = 0;
+		do
+		{
+			piece.clear();
+			for (int letter = 0; letter < 7; ++letter)
+			{
+				piece += static_cast<char>('a' + random() % 26);
+			}
+			low = Name(names.front() + piece).hash & LOW_BITS;
+		} while (pieces.emplace(low, piece).second || pieces[low] == piece);
+		std::vector<std::string> longer;
+		for (const std::string &name : names)
+		{
+			longer.push_back(name + pieces[low]);
+			longer.push_back(name + piece);
+		}
+		names = std::move(longer);
+	}
+	return names;
+}
+
+// The shortest of several times, since others have the processor too.
+int64_t nanosecondsToFill(const std::vector<std::string> &names)
+{
+	int64_t shortest = INT64_MAX;
+	for (int round = 0; round < 5; ++round)
+	{
+		const int64_t begin = Platform::steadyNanoseconds();
+		MapContainer map;
+		for (const std::string &name : names)
+		{
+			map.set(Name(name), Value::integer(1));
+		}
+		EXPECT_EQ(map.size(), names.size());
+		shortest = std::min(shortest, Platform::steadyNanoseconds() - begin);
+	}
+	return shortest;
+}
+
 std::shared_ptr<OMStored> makeMap(std::initializer_list<const char *> keys)
 {
 	auto node = OMStored::mapFactory();
@@ -37,6 +89,18 @@ std::shared_ptr<OMStored> makeMap(std::initializer_list<const char *> keys)
 	}
 	return node;
 }
+}
+
+TEST(MapContainerTest, NamesCannotBeChosenToMakeItSlow)
+{
+	const std::vector<std::string> names = namesThatCollide();
+	EXPECT_EQ(Name(names.front()).hash & LOW_BITS, Name(names.back()).hash & LOW_BITS);
+	std::vector<std::string> ordinary;
+	for (size_t number = 0; number < names.size(); ++number)
+	{
+		ordinary.push_back(names.front() + std::to_string(number));
+	}
+	EXPECT_LT(nanosecondsToFill(names), 20 * nanosecondsToFill(ordinary));
 }
 
 TEST(MapContainerTest, KeepsTheOrderOfInsertion)
