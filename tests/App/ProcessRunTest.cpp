@@ -134,9 +134,7 @@ TEST_F(ProcessRunTest, AScriptHasItsArgumentsAndStandardInput)
 // Nobody could reach it, so the process ends; that isn't the end that its script would have come to.
 TEST_F(ProcessRunTest, APipeThatCannotBeOpenedIsNoStart)
 {
-	const std::string separator(1, Platform::pathSeparator());
-	const std::string proxyPath =
-	    Dirs::getUserDataPath() + "net.morvane" + separator + "NamedPipes" + separator + "net.morvane.coordinator.refused";
+	const std::string proxyPath = InternalCoordinator::getPipeFolderPath() + "net.morvane.coordinator.refused";
 	ASSERT_TRUE(Dirs::mkDir(proxyPath, DirRecurse::RECURSE));
 	EXPECT_EQ(run({"-n", "refused", "-s"}), 3);
 	EXPECT_NE(fErrorOutput.find("morvane: the coordinator could not start: its pipe can't be opened\n"), std::string::npos) << fErrorOutput;

@@ -21,14 +21,14 @@ std::filesystem::path pathOf(const std::string &text)
 	return {std::u8string(text.begin(), text.end())};
 }
 
-// The environment as it was, when this object goes.
+// What useHome sets in the environment, as it was, when this object goes.
 class EnvironmentKept
 {
 public:
 	EnvironmentKept()
 	{
-		for (const char *name :
-		    {"HOME", "XDG_DATA_HOME", "TMPDIR", "XDG_RUNTIME_DIR", "USERPROFILE", "APPDATA", "PROGRAMDATA", "TEMP", "TMP"})
+		for (const char *name : {"HOME", "XDG_DATA_HOME", "TMPDIR", "XDG_RUNTIME_DIR", "USERPROFILE", "APPDATA", "LOCALAPPDATA",
+		         "PROGRAMDATA", "TEMP", "TMP", "MORVANE_CONFIG_NODE_NAME"})
 		{
 			fValues[name] = Platform::environmentVariable(name);
 		}
