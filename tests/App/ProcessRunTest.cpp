@@ -5,6 +5,7 @@
 #include "support/MemoryConsole.h"
 #include "support/TestLog.h"
 
+#include "MrvCoordinator/MrvInternalCoordinator.h"
 #include "MrvPlatform/MrvFileSystem.h"
 #include "MrvUtils/MrvDirs.h"
 
