@@ -607,8 +607,8 @@ var Morvane = (function () {
 	}
 
 	// Runs a script in this process's coordinator; the script may in turn run one elsewhere. `callback(error, result)` is called from a later
-	// `timeslice`, once: `error` is undefined when it went well, else a text; a script whose value is an Error hasn't gone well. After `milliseconds` (10000 if left out) it is told that there was no
-	// answer. False when nothing is started.
+	// `timeslice`, once: `error` is undefined when it went well, else a text; a script whose value is an Error hasn't gone well. After
+	// `milliseconds` (10000 if left out) it is told that there was no answer. False when nothing is started.
 	api.eval = function (mslText, callback, milliseconds) {
 		var number, payload;
 		if (!isStarted) {
